@@ -1,0 +1,1237 @@
+/**
+ * @file mirovan.h
+ * @brief The whole public interface of libmirovan, for C11 and for C++17 and later.
+ *
+ * mirovan answers what the operating system knows about files, hardware, processes and the
+ * system, and does what a program commonly asks of it, through one flat C interface.
+ *
+ * ## Results and errors
+ * Every operation returns true on success. It first clears the error flag; when it fails it sets
+ * the flag, stores one of the codes of ::MIROVAN_ERROR_MAP and returns false. A code is never
+ * cleared, so after a success the code of the last failure can still be read: only the result, or
+ * the flag, tells whether it is current. errno is left as the system call that failed set it; a
+ * refused argument leaves EINVAL there, an exhausted memory ENOMEM, a text that does not fit
+ * ENAMETOOLONG.
+ *
+ * The flag and the code stand twice: once for the whole process (::Mirovan_IsErrorOccur,
+ * ::Mirovan_dwErrorCode, Mirovan_GetLastError()), and once for each thread
+ * (Mirovan_GetThreadError()). A program with several threads uses the second.
+ *
+ * ## Strings and buffers
+ * Narrow strings are UTF-8, wide strings UTF-32 in wchar_t; both end in NUL. A buffer that
+ * receives a text belongs to the caller and has the size that its parameter states. Records are
+ * not cleared before they are filled: a field that an operation does not fill keeps its content.
+ * A path that has to be converted, taken apart or listed holds at most 1,023 bytes (wide:
+ * characters); a longer one is refused, never cut. Texts in fields of a record are cut at a
+ * character boundary to what the field holds, and always end in NUL.
+ *
+ * ## Row tables
+ * Lists come back as row tables: an array with a pointer to each row, followed by a null pointer.
+ * The caller gives them back with Fundix_Memory_Free() and the count that came with them.
+ *
+ * ## Threads
+ * The library starts no thread, takes no lock and keeps no state but the error state. "Threads:
+ * any" at a declaration means that it may run on any number of threads at once. No exception
+ * leaves a function of the C interface.
+ */
+#ifndef MIROVAN_H
+#define MIROVAN_H
+
+#include <pthread.h>
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <wchar.h>
+
+#ifdef __cplusplus
+#include <list>
+#include <string>
+#endif
+
+/** The release that this header belongs to; see Mirovan_GetVersion() for the library's. */
+#define MIROVAN_VERSION "1.0.0"
+
+/** Marks what the shared library exports. */
+#define MIROVAN_API __attribute__((visibility("default")))
+
+/** Bytes, or wide characters, that a buffer or row for a path or a name holds, NUL included. */
+#define MIROVAN_PATH_SIZE 1024
+
+/**
+ * @brief Every error code: its value, its constant and one sentence.
+ *
+ * Expand it with a macro of three parameters to make tables of your own. The families are File
+ * (0x40A00xx and 0x40A0502), System (0x40A1xxx), HardWare (0x40A2xxx) and Process (0x40A3xxx).
+ */
+#define MIROVAN_ERROR_MAP(XX)                                                                      \
+    XX(0x40A0001, ERROR_MIROVAN_FILE_ATTR_PARAMETER,                                               \
+       "A path or a record is missing from a question about a file.")                              \
+    XX(0x40A0002, ERROR_MIROVAN_FILE_ATTR_NOTFOUND,                                                \
+       "The file does not exist, or its status cannot be read.")                                   \
+    XX(0x40A0010, ERROR_MIROVAN_FILE_SAVE_PARAMETER,                                               \
+       "A path or a buffer is missing, or the length to save is negative.")                        \
+    XX(0x40A0011, ERROR_MIROVAN_FILE_SAVE_OPEN,                                                    \
+       "The file cannot be opened for writing, or not all of the buffer could be written.")        \
+    XX(0x40A0020, ERROR_MIROVAN_FILE_ENUM_PARAMETER,                                               \
+       "The path or the list of an enumeration is missing.")                                       \
+    XX(0x40A0021, ERROR_MIROVAN_FILE_ENUM_EMPTY, "The enumeration found nothing.")                 \
+    XX(0x40A0022, ERROR_MIROVAN_FILE_ENUM_NOTDIR,                                                  \
+       "The path to enumerate is not an existing folder, or the folder cannot be read.")           \
+    XX(0x40A0030, ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER,                                       \
+       "The path of the folder to create is missing.")                                             \
+    XX(0x40A0031, ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, "The folder could not be created.")      \
+    XX(0x40A0040, ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER,                                       \
+       "The path of the folder to delete is missing.")                                             \
+    XX(0x40A0041, ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED,                                          \
+       "Something in the folder could not be deleted.")                                            \
+    XX(0x40A0050, ERROR_MIROVAN_FILE_SPARSE_PARAMETER,                                             \
+       "The path of the zero-filled file is missing, or its size is not positive.")                \
+    XX(0x40A0051, ERROR_MIROVAN_FILE_SPARSE_OPEN,                                                  \
+       "The zero-filled file cannot be opened for writing.")                                       \
+    XX(0x40A0502, ERROR_MIROVAN_FILE_SPARSE_WRITE,                                                 \
+       "Fewer zero bytes could be written than were asked for.")                                   \
+    XX(0x40A0070, ERROR_MIROVAN_FILE_COPY_PARAMETER,                                               \
+       "The source or the destination of a copy is missing.")                                      \
+    XX(0x40A0071, ERROR_MIROVAN_FILE_COPY_EXIST, "The destination of the copy exists already.")    \
+    XX(0x40A0072, ERROR_MIROVAN_FILE_COPY_FAILED, "The file could not be copied.")                 \
+    XX(0x40A1001, ERROR_MIROVAN_SYSTEM_PARAMETER,                                                  \
+       "A required argument of a system operation is missing.")                                    \
+    XX(0x40A1002, ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK,                                              \
+       "The shell for the command cannot be started.")                                             \
+    XX(0x40A1005, ERROR_MIROVAN_SYSTEM_QUERY_FAILED, "A system query or action failed.")           \
+    XX(0x40A1008, ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS,                                        \
+       "The processor load statistics cannot be read.")                                            \
+    XX(0x40A1010, ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, "The shutdown action is not known.")         \
+    XX(0x40A1011, ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL,                                            \
+       "The signal handling around the command cannot be set up.")                                 \
+    XX(0x40A2001, ERROR_MIROVAN_HARDWARE_PARAMETER,                                                \
+       "A required argument of a hardware query is missing, or its report cannot be had.")         \
+    XX(0x40A2002, ERROR_MIROVAN_HARDWARE_DISK_STATFS,                                              \
+       "The statistics of the volume that holds the path cannot be read.")                         \
+    XX(0x40A2003, ERROR_MIROVAN_HARDWARE_DISK_UNIT, "The unit is not 1, 2, 3 or 4.")               \
+    XX(0x40A3000, ERROR_MIROVAN_PROCESS_PARAMETER,                                                 \
+       "A required argument of a process operation is missing.")                                   \
+    XX(0x40A3001, ERROR_MIROVAN_PROCESS_ACCESS,                                                    \
+       "The command cannot be run, or the process cannot be reached.")                             \
+    XX(0x40A3002, ERROR_MIROVAN_PROCESS_GET_FAILED,                                                \
+       "The path of the process or the affinity of the thread cannot be read.")                    \
+    XX(0x40A3006, ERROR_MIROVAN_PROCESS_INFO_FAILED,                                               \
+       "The process or the account of its owner cannot be read.")                                  \
+    XX(0x40A3007, ERROR_MIROVAN_PROCESS_NOTFOUND, "No running process matches the name.")          \
+    XX(0x40A3012, ERROR_MIROVAN_PROCESS_UPTIME_TIME,                                               \
+       "The start time of the process cannot be expressed in local time.")                         \
+    XX(0x40A3013, ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED,                                        \
+       "The priority of the process cannot be read.")                                              \
+    XX(0x40A3014, ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED,                                        \
+       "The priority of the process cannot be set.")                                               \
+    XX(0x40A3015, ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE,                                         \
+       "The priority lies outside the range from -20 to 20.")                                      \
+    XX(0x40A3016, ERROR_MIROVAN_PROCESS_STOP_FIND,                                                 \
+       "The command that looks a process up by its name cannot be run.")                           \
+    XX(0x40A3017, ERROR_MIROVAN_PROCESS_STOP_KILL, "The process cannot be signalled.")             \
+    XX(0x40A3018, ERROR_MIROVAN_PROCESS_FORK, "The child process cannot be created.")              \
+    XX(0x40A3019, ERROR_MIROVAN_PROCESS_EXEC, "The program cannot be started.")                    \
+    XX(0x40A3020, ERROR_MIROVAN_PROCESS_SETCPU_FAILED, "The affinity of the thread cannot be set.")
+
+/** The error codes as constants; ::MIROVAN_ERROR_MAP has a sentence for each. */
+enum Mirovan_ErrorCode
+#ifdef __cplusplus
+    : uint64_t
+#endif
+{
+#define MIROVAN_ERROR_CONSTANT(value, name, text) name = value,
+    MIROVAN_ERROR_MAP(MIROVAN_ERROR_CONSTANT)
+#undef MIROVAN_ERROR_CONSTANT
+};
+
+/** @name Records
+ *  @{ */
+
+/** @brief Size, times and flags of a file or folder, from Mirovan_File_GetFileAttrA(). */
+typedef struct MIROVAN_FILE_ATTR
+{
+    int64_t nFileSize;   /**< Size in bytes as the file system reports it, also of a folder. */
+    int64_t nCreateTime; /**< Last change of the status (not the birth), seconds since 1970 UTC. */
+    int64_t nAccessTime; /**< Last access, seconds since 1970 UTC. */
+    int64_t nModifyTime; /**< Last modification, seconds since 1970 UTC. */
+    bool bIsFile;        /**< False for a folder, true for anything else. */
+    bool bIsHidden;      /**< The path, as it was given, begins with a dot. */
+    bool bIsReadable;    /**< The real user and group of the process may read it. */
+} MIROVAN_FILE_ATTR;
+
+/** @brief Kind and size of a volume, from Mirovan_HardWare_GetDiskInfomation(). */
+typedef struct tag_Mirovan_Disk_Information
+{
+    int32_t nReserved;   /**< Neither read nor written. */
+    int32_t nFileSystem; /**< 5 APFS, 1 FAT and exFAT, 2 NTFS, 4 the ext family, 0 any other. */
+    uint64_t nDiskTotal; /**< Size of the volume in the unit asked for. */
+    uint64_t nDiskFree;  /**< What an ordinary user may still fill, in the unit asked for. */
+} tag_Mirovan_Disk_Information;
+
+/** @brief The processor and the model, from Mirovan_HardWare_GetCpuInfomation(). */
+typedef struct tag_Mirovan_Cpu_Information
+{
+    char tszProcessorName[128];  /**< Name of the processor. */
+    char tszModelIdentifier[64]; /**< Model identifier of the machine. */
+    int32_t nProcessorSpeed;     /**< Speed in MHz. */
+    int32_t nProcessorOnline;    /**< Processors online. */
+    uint32_t nHardwareThreads;   /**< Hardware threads. */
+} tag_Mirovan_Cpu_Information;
+
+/**
+ * @brief Identifiers of the machine, from Mirovan_HardWare_GetSerial().
+ *
+ * All but the first end in the newline of the report that they come from.
+ */
+typedef struct tag_Mirovan_SdkSerial_Information
+{
+    char tszPlatformSerial[64]; /**< Serial number kept by the device registry. */
+    char tszSystemSerial[64];   /**< Serial number in the hardware report. */
+    char tszVolumeUUID[64];     /**< UUID of the first volume in the storage report. */
+    char tszHardwareUUID[64];   /**< UUID of the hardware. */
+} tag_Mirovan_SdkSerial_Information;
+
+/** @brief Snapshot of a process, from Mirovan_Process_GetProcessInfo(). */
+typedef struct tag_Mirovan_Process_Infomation
+{
+    int32_t nProcessId;        /**< The process id exactly as it was given. */
+    int32_t nThreadCount;      /**< Number of threads. */
+    char tszProcessName[1024]; /**< The caller's name for it, or the system's short name. */
+    char tszUserName[1024];    /**< Login name of its user. */
+    int32_t nState;            /**< 0 running, 3 anything else. */
+    uint32_t nVirtualSize;     /**< Virtual size in units of 4 bytes, low 32 bits. */
+    uint32_t nResidentSize;    /**< Resident size in units of 4 bytes, low 32 bits. */
+    int32_t nPageIns;          /**< Page-ins divided by 4. */
+} tag_Mirovan_Process_Infomation;
+
+/** @brief Physical memory, from Mirovan_System_GetMemoryUsage(). */
+typedef struct tag_Mirovan_Memory_Infomation
+{
+    int32_t nFreePercent;  /**< Free share in whole percent, cut off, 0 to 100. */
+    uint64_t nTotalMemory; /**< Physical memory in the unit asked for. */
+    uint64_t nFreeMemory;  /**< Free pages in the unit asked for. */
+    uint64_t nReserved1;   /**< Not filled; converted to the unit like the filled fields. */
+    uint64_t nReserved2;   /**< Not filled; converted to the unit like the filled fields. */
+    uint64_t nReserved3;   /**< Not filled and left alone. */
+    uint64_t nReserved4;   /**< Not filled; converted to the unit like the filled fields. */
+    uint64_t nReserved5;   /**< Not filled; converted to the unit like the filled fields. */
+} tag_Mirovan_Memory_Infomation;
+
+/** @brief One row of the process table of Mirovan_System_GetProcessList(). */
+typedef struct MIROVAN_PROCESS_INFO
+{
+    int32_t nProcessId;        /**< Process id. */
+    char tszProcessName[1024]; /**< Name of the process. */
+} MIROVAN_PROCESS_INFO;
+
+/** @brief A calendar time in local time. */
+typedef struct TARVELO_LIBTIME
+{
+    int32_t nYear;   /**< Year in full. */
+    int32_t nMonth;  /**< Month, 1 to 12. */
+    int32_t nDay;    /**< Day of the month, 1 to 31. */
+    int32_t nHour;   /**< Hour, 0 to 23. */
+    int32_t nMinute; /**< Minute, 0 to 59. */
+    int32_t nSecond; /**< Second, 0 to 60. */
+} TARVELO_LIBTIME;
+
+/** @} */
+
+#ifdef __cplusplus
+extern "C"
+{
+#endif
+
+    /** @name Error state
+     *  @{ */
+
+    /**
+     * @brief True when the last operation of the process failed. Read only.
+     *
+     * Threads: the library itself never races on it, but it may tell of another thread's operation;
+     * Mirovan_GetThreadError() does not.
+     */
+    extern MIROVAN_API bool Mirovan_IsErrorOccur;
+
+    /**
+     * @brief Code of the last failure of the process; 0 before the first. Read only.
+     *
+     * Threads: as for ::Mirovan_IsErrorOccur.
+     */
+    extern MIROVAN_API uint64_t Mirovan_dwErrorCode;
+
+    /**
+     * @brief Code of the last failure of the process, whether or not it is current.
+     *
+     * @param pnSysErrno receives the calling thread's errno as it stands now; may be null.
+     * @return the code, 0 before the first failure. The error state stays as it is.
+     *
+     * Threads: any; the code may be another thread's. From: the error state and errno.
+     */
+    MIROVAN_API uint64_t Mirovan_GetLastError(int* pnSysErrno);
+
+    /**
+     * @brief The calling thread's own error state.
+     *
+     * @param pbErrorOccur receives whether this thread's last operation failed; may be null.
+     * @param pnSysErrno receives the errno of this thread's last failure, 0 before the first; may
+     * be null.
+     * @return the code of this thread's last failure, 0 before the first. The error state stays as
+     * it is.
+     *
+     * Threads: any. From: the thread's error state.
+     */
+    MIROVAN_API uint64_t Mirovan_GetThreadError(bool* pbErrorOccur, int* pnSysErrno);
+
+    /**
+     * @brief What an error code means.
+     *
+     * @param dwCode an error code.
+     * @return the constant's name, a colon, a blank and one sentence; never null, also for values
+     *         that are no error code. The text is constant and is not to be freed.
+     *
+     * Threads: any. From: ::MIROVAN_ERROR_MAP.
+     */
+    MIROVAN_API const char* Mirovan_GetErrorText(uint64_t dwCode);
+
+    /**
+     * @brief The release of the library in use, such as "1.0.0".
+     *
+     * @return the release; never null. The text is constant and is not to be freed.
+     *
+     * Threads: any. From: ::MIROVAN_VERSION when the library was built.
+     */
+    MIROVAN_API const char* Mirovan_GetVersion(void);
+
+    /** @} */
+    /** @name Row tables
+     *  @{ */
+
+    /**
+     * @brief Gives a row table back: all of its rows, then the table.
+     *
+     * @param pppTable address of the table variable (cast to void***); the variable is set to null.
+     * A variable that is null already is left alone.
+     * @param nListCount the count that came with the table.
+     * @return false when pppTable is null, else true. The error state stays as it is.
+     *
+     * Threads: any, on different tables. From: the C allocator.
+     */
+    MIROVAN_API bool Fundix_Memory_Free(void*** pppTable, int nListCount);
+
+    /** @} */
+    /** @name Files
+     *  @{ */
+
+    /**
+     * @brief Size, times and flags of a file or folder; links are followed.
+     *
+     * @param lpszFile path, UTF-8.
+     * @param pstFileAttr record to fill; untouched on failure.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
+     *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read.
+     *
+     * Threads: any. From: stat(), access().
+     */
+    MIROVAN_API bool Mirovan_File_GetFileAttrA(const char* lpszFile,
+                                               MIROVAN_FILE_ATTR* pstFileAttr);
+
+    /**
+     * @brief The same as Mirovan_File_GetFileAttrA() for a wide path.
+     *
+     * @param lpwszFile path, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param pstFileAttr record to fill; untouched on failure.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
+     *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read, or the path
+     * is too long or no valid text.
+     *
+     * Threads: any. From: stat(), access().
+     */
+    MIROVAN_API bool Mirovan_File_GetFileAttrW(const wchar_t* lpwszFile,
+                                               MIROVAN_FILE_ATTR* pstFileAttr);
+
+    /**
+     * @brief Writes a buffer to a file in place of its earlier content; makes missing folders
+     * first.
+     *
+     * @param lpszFile path of the file, UTF-8; without a folder part it is in the current folder.
+     * @param lpszBuffer bytes to write; they may contain NUL.
+     * @param nBufLen how many bytes to write, 0 or more; with 0 the file becomes empty.
+     * @return true when every byte was written. Codes: ::ERROR_MIROVAN_FILE_SAVE_PARAMETER a null
+     *         argument or a negative length; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED the folder
+     *         cannot be made; ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is
+     *         too long, or bytes could not be written (the file is then left short). When the
+     * folder was made on the way, the code reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the
+     * success.
+     *
+     * Threads: any. From: stat(), mkdir(), fopen(), fwrite().
+     */
+    MIROVAN_API bool Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer,
+                                                  int nBufLen);
+
+    /**
+     * @brief The same as Mirovan_File_SaveBuffToFileA() for a wide path.
+     *
+     * @param lpwszFile path of the file, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param lpszBuffer bytes to write.
+     * @param nBufLen how many bytes to write, 0 or more.
+     * @return as Mirovan_File_SaveBuffToFileA(); a path that is no valid text gives
+     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
+     * is the folder part that is not.
+     *
+     * Threads: any. From: stat(), mkdir(), fopen(), fwrite().
+     */
+    MIROVAN_API bool Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
+                                                  int nBufLen);
+
+    /**
+     * @brief Lists a folder, or the whole tree below it, into a row table.
+     *
+     * @param lpszPath a folder; or a folder and a pattern such as "folder/\*.txt" that names
+     * nothing existing, whose extension then selects the files: those are listed whose extension
+     * begins with it, in any case; or a path that ends in "*".
+     * @param pppszFileList receives the table, rows of 1,024 bytes, one path each, in the order of
+     *                      the walk (not sorted); give it back with Fundix_Memory_Free(). Null to
+     *                      count only.
+     * @param pnFileCount receives the number of paths; may be null.
+     * @param bRecurse true for the whole tree (links are listed, not followed; folders named
+     *                 "$RECYCLE.BIN" and "System Volume Information" are left out), false for the
+     *                 folder's own entries.
+     * @param nListType 1 files, 2 folders, 3 both; with any other value nothing is listed.
+     * Everything that is no folder is a file. A pattern never leaves out a folder.
+     * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
+     * path;
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder, or a failure while walking or of
+     *         memory (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing found (the count
+     * is 0, and the table null).
+     *
+     * Folders that may not be read are listed and passed over. Threads: any. From: open(),
+     * directory reading, lstat().
+     */
+    MIROVAN_API bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList,
+                                            int* pnFileCount, bool bRecurse, int nListType);
+
+    /**
+     * @brief The same as Mirovan_File_EnumFileA() for wide paths, without the trailing "*".
+     *
+     * @param lpwszPath a folder, or a folder and a pattern with an extension.
+     * @param pppwszFileList receives the table, rows of 1,024 wide characters; null to count only.
+     * @param pnFileCount receives the number of paths; may be null.
+     * @param bRecurse as in Mirovan_File_EnumFileA().
+     * @param nListType as in Mirovan_File_EnumFileA().
+     * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null
+     * path;
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR and ::ERROR_MIROVAN_FILE_ENUM_EMPTY as in
+     *         Mirovan_File_EnumFileA(); an entry whose name is no valid UTF-8 ends the walk with
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR.
+     *
+     * Threads: any. From: open(), directory reading, lstat().
+     */
+    MIROVAN_API bool Mirovan_File_EnumFileW(const wchar_t* lpwszPath, wchar_t*** pppwszFileList,
+                                            int* pnFileCount, bool bRecurse, int nListType);
+
+    /**
+     * @brief Makes sure that a path exists; makes every missing folder of it.
+     *
+     * @param lpszPath path, UTF-8; one trailing backslash is dropped. Whatever exists there
+     * already, also a file, counts as success.
+     * @return true when the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null
+     *         path; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be made or its status cannot
+     *         be read (folders made before the failure remain).
+     *
+     * Threads: any. From: stat(), mkdir().
+     */
+    MIROVAN_API bool Mirovan_File_CreateMutilFolderA(const char* lpszPath);
+
+    /**
+     * @brief The same as Mirovan_File_CreateMutilFolderA() for a wide path.
+     *
+     * @param lpwszPath path, UTF-32; at most 1,023 bytes in UTF-8.
+     * @return as Mirovan_File_CreateMutilFolderA(); a path that is too long or no valid text gives
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED.
+     *
+     * Threads: any. From: stat(), mkdir().
+     */
+    MIROVAN_API bool Mirovan_File_CreateMutilFolderW(const wchar_t* lpwszPath);
+
+    /**
+     * @brief Deletes a folder tree, or all that is in it.
+     *
+     * Links inside the tree are removed, never followed. What cannot be removed is passed over.
+     *
+     * @param lpszPath path of the folder, UTF-8. One that does not exist, or is no folder, counts
+     * as success and nothing is deleted.
+     * @param bDelRoot true to delete the folder too, false to keep it, empty.
+     * @return true when nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null
+     *         path; ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed, errno
+     *         tells why for the first (everything else is gone).
+     *
+     * Threads: any. From: stat(), openat(), unlinkat().
+     */
+    MIROVAN_API bool Mirovan_File_DeleteMutilFolderA(const char* lpszPath, bool bDelRoot);
+
+    /**
+     * @brief The same as Mirovan_File_DeleteMutilFolderA() for a wide path.
+     *
+     * @param lpwszPath path of the folder, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param bDelRoot as in Mirovan_File_DeleteMutilFolderA().
+     * @return as Mirovan_File_DeleteMutilFolderA(); a path that is too long or no valid text gives
+     *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED.
+     *
+     * Threads: any. From: stat(), openat(), unlinkat().
+     */
+    MIROVAN_API bool Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot);
+
+    /**
+     * @brief Makes a file of zero bytes; each of them is written.
+     *
+     * @param lpszFile path of the file, UTF-8; an existing file is replaced. Its folder must exist.
+     * @param nFileSize size in bytes, 1 or more.
+     * @return true when the file has that size. Codes: ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER a null
+     *         path or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
+     *         ::ERROR_MIROVAN_FILE_SPARSE_WRITE not all could be written (the file is left short).
+     *
+     * Threads: any. From: fopen(), fwrite().
+     */
+    MIROVAN_API bool Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize);
+
+    /**
+     * @brief The same as Mirovan_File_CreateSparseFileA() for a wide path.
+     *
+     * @param lpwszFile path of the file, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param nFileSize size in bytes, 1 or more.
+     * @return as Mirovan_File_CreateSparseFileA(); a path that is too long or no valid text gives
+     *         ::ERROR_MIROVAN_FILE_SPARSE_OPEN.
+     *
+     * Threads: any. From: fopen(), fwrite().
+     */
+    MIROVAN_API bool Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize);
+
+    /**
+     * @brief Copies a file's content and permission bits; makes missing folders first.
+     *
+     * @param lpszSrcFile path of a regular file, UTF-8; links are followed.
+     * @param lpszDstFile path of the copy, UTF-8; without a folder part it is in the current
+     * folder.
+     * @param bFailIfExists true to refuse when the destination exists, false to replace it.
+     * @return true when the copy is complete. Codes: ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null
+     *         argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the destination exists and must not;
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder cannot be made;
+     *         ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source is missing or no regular
+     *         file, both are the same file, the destination is not writable, or a path is too long.
+     *         When the folder was made on the way, the code reads
+     * ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the success.
+     *
+     * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
+     */
+    MIROVAN_API bool Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* lpszDstFile,
+                                            bool bFailIfExists);
+
+    /**
+     * @brief The same as Mirovan_File_CopyFileA() for wide paths.
+     *
+     * @param lpwszSrcFile path of a regular file, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param lpwszDstFile path of the copy, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param bFailIfExists as in Mirovan_File_CopyFileA().
+     * @return as Mirovan_File_CopyFileA(); a path that is too long or no valid text gives
+     *         ::ERROR_MIROVAN_FILE_COPY_FAILED, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
+     *         is the folder part that is not.
+     *
+     * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
+     */
+    MIROVAN_API bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile,
+                                            const wchar_t* lpwszDstFile, bool bFailIfExists);
+
+    /** @} */
+    /** @name Hardware
+     *  @{ */
+
+    /**
+     * @brief Kind and size of the volume that holds a path.
+     *
+     * @param lpszPath any existing path on the volume, UTF-8.
+     * @param pstDiskInfo record to fill; nReserved keeps its value.
+     * @param nUnit unit of the sizes: 1 bytes, 2 KiB, 3 MiB, 4 GiB; remainders are dropped.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
+     *         argument; ::ERROR_MIROVAN_HARDWARE_DISK_STATFS the volume cannot be read (both leave
+     *         the record untouched); ::ERROR_MIROVAN_HARDWARE_DISK_UNIT another unit (the record is
+     *         filled, in bytes).
+     *
+     * Threads: any. From: statfs(); on Linux the kind of file system from /proc/self/mountinfo.
+     */
+    MIROVAN_API bool Mirovan_HardWare_GetDiskInfomation(const char* lpszPath,
+                                                        tag_Mirovan_Disk_Information* pstDiskInfo,
+                                                        int nUnit);
+
+    /**
+     * @brief Names of the writable volumes, as the system's storage report shows them.
+     *
+     * @param pppszDiskList receives the table, rows of 1,024 bytes, one name each, in the report's
+     *                      order; give it back with Fundix_Memory_Free(). Null to count only.
+     * @param pnDiskCount receives the number of names; 0 is a success.
+     * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
+     * count, or the report cannot be had or kept in memory; nothing is written then.
+     *
+     * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
+     * "system_profiler SPStorageDataType".
+     */
+    MIROVAN_API bool Mirovan_HardWare_GetDiskNumber(char*** pppszDiskList, int* pnDiskCount);
+
+    /**
+     * @brief Processor, model identifier and processor counts.
+     *
+     * @param pstCpuInfo record to fill; clear it first, a field that the report lacks keeps its
+     *                   content.
+     * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
+     * record (untouched), or the report cannot be had (the two counts are filled).
+     *
+     * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
+     * "system_profiler SPHardwareDataType", sysconf(), std::thread::hardware_concurrency().
+     */
+    MIROVAN_API bool Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Information* pstCpuInfo);
+
+    /**
+     * @brief Four identifiers of the machine.
+     *
+     * @param pstSerialInfo record to fill; clear it first: what is found is appended to each field,
+     *                      as much as fits. The first of tszSystemSerial, tszPlatformSerial,
+     *                      tszVolumeUUID and tszHardwareUUID that begins with "None" or "null", in
+     *                      any case, is cleared.
+     * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record.
+     *         What cannot be found stays empty and is no failure; the flag and code are then those
+     *         that the last of the four commands left.
+     *
+     * Blocks while four commands run. Threads: any. From: the outputs of system_profiler and ioreg
+     * through the shell, with grep, head, awk, sed and xxd.
+     */
+    MIROVAN_API bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
+
+    /** @} */
+    /** @name Processes
+     *  @{ */
+
+    /**
+     * @brief Runs a shell command and appends chosen lines of its output to a buffer.
+     *
+     * Lines keep their newline. A line of more than 2,047 bytes counts as several lines, of 2,047
+     * bytes and the rest; of a line that contains NUL only the bytes before it are taken.
+     *
+     * @param lpszCommand command line for /bin/sh; its standard error goes where the caller's goes.
+     * @param lpszResult buffer that holds a NUL-terminated text, to which the lines are appended.
+     * It must have room for all that is selected: use Mirovan_Process_ReadCmdLines() for output of
+     * unknown length.
+     * @param nLineCount how many lines to take; 0 or less takes all.
+     * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
+     * @param pnResultLen receives the number of bytes appended; may be null; untouched on failure.
+     * @return true when the command was started and its output read, whatever it printed and
+     * however it ended. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null command or buffer;
+     *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be read.
+     *         The buffer holds its earlier text on failure.
+     *
+     * Blocks until the selection is complete, or the output at its end, and the shell has ended.
+     * Threads: any. From: popen().
+     */
+    MIROVAN_API bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult,
+                                                   int nLineCount, int nStartLine,
+                                                   int* pnResultLen);
+
+    /**
+     * @brief Runs a shell command and hands chosen lines of its output to a function.
+     *
+     * The selection is that of Mirovan_Process_ReadCmdReturn(), without a buffer to size.
+     *
+     * @param lpszCommand command line for /bin/sh.
+     * @param nLineCount how many lines to take; 0 or less takes all.
+     * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
+     * @param pfnPiece called for each line, or piece of one, with its NUL-terminated text of at
+     * most 2,047 bytes, its length, and pContext. The text is valid during the call. It returns
+     * false to stop, which is a success.
+     * @param pContext handed to pfnPiece; may be null.
+     * @return as Mirovan_Process_ReadCmdReturn(): ::ERROR_MIROVAN_PROCESS_PARAMETER a null command
+     * or function; ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be
+     * read (the function may have been called before).
+     *
+     * Threads: any; the function is called on the calling thread. From: popen().
+     */
+    MIROVAN_API bool Mirovan_Process_ReadCmdLines(
+        const char* lpszCommand, int nLineCount, int nStartLine,
+        bool (*pfnPiece)(const char* lpszPiece, int nPieceLen, void* pContext), void* pContext);
+
+    /**
+     * @brief A snapshot of one process.
+     *
+     * @param pstProcessInfo record to fill. nProcessId is set first, also on failure.
+     * @param lpszProcessName name to store in the record, or null to store the system's short name.
+     * @param nPid process id. 0 is not replaced here by the calling process; give getpid().
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         record; ::ERROR_MIROVAN_PROCESS_INFO_FAILED the process cannot be read (only
+     * nProcessId is written), or its user has no account (only tszUserName is not written).
+     *
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, getpwuid_r(); on Linux /proc.
+     */
+    MIROVAN_API bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
+                                                    const char* lpszProcessName, int nPid);
+
+    /**
+     * @brief The processor usage figure of a process, in thousandths of a processor.
+     *
+     * @param pnCpuUsage receives the figure; untouched on failure.
+     * @param nPid process id; 0 is the calling process.
+     * @return true when the figure was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     * output;
+     *         ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
+     *
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTHREADINFO, its pth_cpu_usage; on Linux
+     * /proc.
+     */
+    MIROVAN_API bool Mirovan_Process_GetProcessCpuUsage(int* pnCpuUsage, int nPid);
+
+    /**
+     * @brief When a process started, in local time.
+     *
+     * @param pstLibTime record to fill; untouched on failure.
+     * @param nPid process id; 0 is the calling process.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         record; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read;
+     *         ::ERROR_MIROVAN_PROCESS_UPTIME_TIME no local time for it.
+     *
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, localtime_r(); on Linux /proc.
+     */
+    MIROVAN_API bool Mirovan_Process_GetUpTime(TARVELO_LIBTIME* pstLibTime, int nPid);
+
+    /**
+     * @brief Full path of the program that a process runs.
+     *
+     * @param lpszProcessPath buffer of 1,024 bytes.
+     * @param nPid process id; 0 is the calling process.
+     * @return true when the path was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null buffer;
+     *         ::ERROR_MIROVAN_PROCESS_GET_FAILED the path cannot be read.
+     *
+     * Threads: any. From: proc_pidpath(); on Linux /proc.
+     */
+    MIROVAN_API bool Mirovan_Process_GetPath(char* lpszProcessPath, int nPid);
+
+    /**
+     * @brief Whether the calling process runs as the superuser.
+     *
+     * @return true when the effective user id is 0. It cannot fail: false is an answer.
+     *
+     * Threads: any. From: geteuid().
+     */
+    MIROVAN_API bool Mirovan_Process_IsAdmin(void);
+
+    /**
+     * @brief Priority (nice value) of a process.
+     *
+     * @param pnPriority receives the value, -20 to 20; untouched on failure.
+     * @param nPid process id; 0 is the calling process.
+     * @return true when the value was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED no such process.
+     *
+     * Threads: any. From: getpriority().
+     */
+    MIROVAN_API bool Mirovan_Process_GetPriority(int* pnPriority, int nPid);
+
+    /**
+     * @brief Sets the priority (nice value) of a process.
+     *
+     * @param nPriority -20 (first) to 20 (last).
+     * @param nPid process id; 0 is the calling process.
+     * @return true when the value was set. Codes: ::ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE a value
+     *         outside the range; ::ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED no such process, or not
+     *         permitted.
+     *
+     * Threads: any. From: setpriority().
+     */
+    MIROVAN_API bool Mirovan_Process_SetPriority(int nPriority, int nPid);
+
+    /**
+     * @brief Interrupts a process (SIGINT) and, when it is a child of the caller, waits for its
+     * end.
+     *
+     * A child that ignores SIGINT keeps the call waiting until it ends by itself.
+     *
+     * @param lpszProcessName a grep pattern; the first process whose line in "ps -aux" matches is
+     *                        taken. At most 974 bytes. Null to name the process by nPid.
+     * @param nPid process id, above 0; read only when lpszProcessName is null.
+     * @param bIgnoreChild true to ignore SIGCHLD in the whole process during the call; it is left
+     * at its default afterwards, whatever it was before.
+     * @return true when the signal was sent. Codes: ::ERROR_MIROVAN_PROCESS_STOP_FIND the lookup
+     *         cannot be run, or the name is too long; ::ERROR_MIROVAN_PROCESS_NOTFOUND no process
+     *         matches; ::ERROR_MIROVAN_PROCESS_ACCESS not permitted;
+     *         ::ERROR_MIROVAN_PROCESS_STOP_KILL no such process, or an id of 0 or below (errno
+     *         EINVAL, and no signal is sent).
+     *
+     * Threads: any without bIgnoreChild; with it, other threads see SIGCHLD ignored. From: kill(),
+     * waitpid(), and ps, grep and awk through the shell.
+     */
+    MIROVAN_API bool Mirovan_Process_Stop(const char* lpszProcessName, int nPid, bool bIgnoreChild);
+
+    /**
+     * @brief Starts a program with arguments and an empty environment; does not wait for it.
+     *
+     * The caller waits for it (waitpid()), or ignores SIGCHLD, or it stays as a zombie when it
+     * ends.
+     *
+     * @param pnPid receives the process id; untouched on failure.
+     * @param lpszProcessPath path of the program, UTF-8, at most 1,023 bytes; PATH is not searched.
+     *                        Its last part becomes argument zero.
+     * @param lpszArgs further arguments, separated by blanks, at most 1,023 bytes; quotes and tabs
+     *                 have no meaning. May be null.
+     * @param bOption not read.
+     * @return true when the program was started. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         output or path; ::ERROR_MIROVAN_PROCESS_EXEC it cannot be started, or a text is too
+     *         long.
+     *
+     * Threads: any. From: posix_spawn().
+     */
+    MIROVAN_API bool Mirovan_Process_CreateProcess(unsigned long* pnPid,
+                                                   const char* lpszProcessPath,
+                                                   const char* lpszArgs, bool bOption);
+
+    /**
+     * @brief Starts a program with one or two arguments and the caller's environment; does not
+     * wait.
+     *
+     * A program that cannot be executed is not reported here: its process ends with status 127. The
+     * caller waits for the process, or ignores SIGCHLD, or it stays as a zombie when it ends.
+     *
+     * @param pnPid receives the process id; untouched on failure.
+     * @param lpszProcessPath path of the program; PATH is not searched.
+     * @param lpszArg0 argument zero of the program.
+     * @param lpszArg1 first argument of the program; may be null.
+     * @param bOption not read.
+     * @return true when the process was created. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         output, path or lpszArg0; ::ERROR_MIROVAN_PROCESS_FORK the process cannot be created.
+     *
+     * Threads: any. From: process creation that shares memory until the program starts, execl().
+     */
+    MIROVAN_API bool Mirovan_Process_RunProcess(unsigned long* pnPid, const char* lpszProcessPath,
+                                                const char* lpszArg0, const char* lpszArg1,
+                                                bool bOption);
+
+    /**
+     * @brief Sets the affinity tag of a thread; threads of one tag are asked to share a cache.
+     *
+     * @param hThread a live thread of this process.
+     * @param nCpuTag the tag, of which the low 32 bits count; 0 is no affinity.
+     * @return true when the tag was set. Code: ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED it was not.
+     *
+     * Threads: any, on any thread of the process. From: thread_policy_set() with
+     * THREAD_AFFINITY_POLICY; on Linux the tag is kept with the thread.
+     */
+    MIROVAN_API bool Mirovan_Process_SetProcessForCpu(pthread_t hThread, unsigned long nCpuTag);
+
+    /**
+     * @brief Reads the affinity tag of a thread.
+     *
+     * @param hThread a live thread of this process.
+     * @param pnCpuTag receives the tag, widened with its sign; untouched on failure.
+     * @return true when the tag was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_GET_FAILED it cannot be read.
+     *
+     * Threads: any, on any thread of the process. From: thread_policy_get() with
+     * THREAD_AFFINITY_POLICY; on Linux the tag kept with the thread.
+     */
+    MIROVAN_API bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag);
+
+    /** @} */
+    /** @name System
+     *  @{ */
+
+    /**
+     * @brief Name and release of the operating system.
+     *
+     * @param lpszSysName buffer of 256 bytes for the system's name.
+     * @param lpszSysVersion buffer of 256 bytes for the kernel release.
+     * @param lpszSysCodeName buffer of 8 bytes; receives "ventura".
+     * @param pnSysType receives 2.
+     * @param lpszSysRelease buffer of 256 bytes for the kernel release once more; may be null.
+     * @return true when all was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER one of the first
+     * four is null; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the system does not tell. Nothing is
+     *         written on failure.
+     *
+     * Threads: any. From: uname().
+     */
+    MIROVAN_API bool Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszSysVersion,
+                                                 char* lpszSysCodeName, unsigned long* pnSysType,
+                                                 char* lpszSysRelease);
+
+    /**
+     * @brief Physical memory, its free part and the free share.
+     *
+     * @param pstMemoryInfo record to fill; what cannot be read keeps its content.
+     * @param nUnit unit of the sizes: 2 KiB, 3 MiB, 4 GiB, any other value bytes; remainders are
+     *              dropped.
+     * @return true when a record was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record.
+     *
+     * Threads: any. From: sysctl() HW_MEMSIZE, host_statistics() HOST_VM_INFO; on Linux sysinfo and
+     * /proc.
+     */
+    MIROVAN_API bool Mirovan_System_GetMemoryUsage(tag_Mirovan_Memory_Infomation* pstMemoryInfo,
+                                                   int nUnit);
+
+    /**
+     * @brief Processor load of all processes together, in percent of one processor.
+     *
+     * @param pnCpuUsage receives the load, cut off to a whole number; it may exceed 100. Untouched
+     * on failure.
+     * @return true when the load was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started.
+     *
+     * Blocks while the command runs. Threads: any. From: ps and awk through the shell.
+     */
+    MIROVAN_API bool Mirovan_System_GetCpuUsage(int* pnCpuUsage);
+
+    /**
+     * @brief When the system started, in local time.
+     *
+     * @param pstLibTime record to fill; untouched on failure.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null
+     * record;
+     *         ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED no local time for it.
+     *
+     * Threads: any. From: time(), the clock that counts from the system's start, localtime_r().
+     */
+    MIROVAN_API bool Mirovan_System_GetUpTime(TARVELO_LIBTIME* pstLibTime);
+
+    /**
+     * @brief Number of processors.
+     *
+     * @param pnProcessCount receives the number of processors that are available, or of all when
+     * the system does not tell the first; 0 when it tells neither.
+     * @return true when an output was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output.
+     *
+     * Threads: any. From: sysctl() HW_AVAILCPU, then HW_NCPU.
+     */
+    MIROVAN_API bool Mirovan_System_GetProcessCount(int* pnProcessCount);
+
+    /**
+     * @brief The process table. It has no rows: nothing fills it yet.
+     *
+     * @param pppstProcessList receives the table of 0 rows, which is null; nothing is to be freed.
+     * @param pnListCount receives 0.
+     * @return true when both arguments were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
+     * null; nothing is written then.
+     *
+     * Threads: any. From: nothing.
+     */
+    MIROVAN_API bool Mirovan_System_GetProcessList(MIROVAN_PROCESS_INFO*** pppstProcessList,
+                                                   int* pnListCount);
+
+    /**
+     * @brief Login name of the effective user, and host name.
+     *
+     * @param lpszUserName buffer for the login name, of the longest login name and NUL (256 bytes
+     * on macOS and Linux); empty when the user has no account. May be null.
+     * @param lpszHostName buffer of 1,024 bytes for the host name; may be null.
+     * @return true; it never fails.
+     *
+     * Threads: any. From: geteuid(), getpwuid_r(), gethostname().
+     */
+    MIROVAN_API bool Mirovan_System_GetSysName(char* lpszUserName, char* lpszHostName);
+
+    /**
+     * @brief Halts or restarts the system, turns the display off, locks it, or ends a user's
+     * processes.
+     *
+     * @param nShutdownType 0x10001 or 0x10007 halt; 0x10002 display off; 0x10003 restart; 0x10004
+     * kill all processes of the user who is logged in at the terminal (never the superuser's);
+     * 0x10005 lock the screen.
+     * @return true when the action was done. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE another
+     *         value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed, with
+     * the errno of a halt or restart that was refused.
+     *
+     * Threads: any. From: reboot() (on Linux after sync()); xset, pkill and
+     * gnome-screensaver-command through the shell.
+     */
+    MIROVAN_API bool Mirovan_System_Shutdown(unsigned long nShutdownType);
+
+    /**
+     * @brief Runs a shell command and waits for it; kills it when it outlives a limit.
+     *
+     * Only the shell is killed; what it started in the background lives on and does not delay the
+     * return. During the call SIGINT and SIGQUIT are ignored and SIGCHLD is blocked; all three are
+     * restored before it returns.
+     *
+     * @param lpszCommand command line for /bin/sh.
+     * @param nTimeout limit in whole seconds; 0 or less kills a command that has not ended at once.
+     * @return true when the command was run, however it ended. Codes:
+     *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null command;
+     * ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
+     * ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the shell cannot be started.
+     *
+     * Threads: the signal settings are the process's: calls at the same time may restore each
+     * other's. From: sigaction(), process creation, waitpid(), kill().
+     */
+    MIROVAN_API bool Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout);
+
+/**
+ * @brief Share of the time since the system started that its processors were idle.
+ *
+ * @param nIdleTime receives the share in whole percent, 0 to 100; untouched on failure.
+ * @return true when the share was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null address
+ *         (from C); ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the processor count cannot be read;
+ *         ::ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS the load statistics cannot be read.
+ *
+ * Threads: any. From: sysctl() HW_NCPU, host_statistics() HOST_CPU_LOAD_INFO; on Linux /proc/stat.
+ */
+#ifdef __cplusplus
+    MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long& nIdleTime);
+#else
+MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
+#endif
+
+    /**
+     * @brief Size of the main display.
+     *
+     * @param pnWidth receives the width in pixels, 0 without a display.
+     * @param pnHeight receives the height in pixels, 0 without a display.
+     * @return true when both outputs were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
+     * null; nothing is written then.
+     *
+     * Threads: any. From: CoreGraphics; on Linux the X server of DISPLAY, else the kernel's DRM
+     * output or framebuffer.
+     */
+    MIROVAN_API bool Mirovan_System_GetScreen(int* pnWidth, int* pnHeight);
+
+    /**
+     * @brief The language setting of the environment.
+     *
+     * @param lpszLanguage buffer that holds the longest value the variable may have; receives it
+     *                     unchanged, or an empty text when it is not set.
+     * @return true when a buffer was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null buffer.
+     *
+     * Threads: any, as long as no thread changes the environment. From: the variable LANG.
+     */
+    MIROVAN_API bool Mirovan_System_GetLanguage(char* lpszLanguage);
+
+    /**
+     * @brief A management-instrumentation query; there is none on this platform, nothing is done.
+     *
+     * @param lpszQuery not read.
+     * @param lpszKey not read.
+     * @param lpszQueryResult not written.
+     * @param nQueryResultSize not read.
+     * @return true.
+     *
+     * Threads: any. From: nothing.
+     */
+    MIROVAN_API bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey,
+                                             char* lpszQueryResult, int nQueryResultSize);
+
+    /** @} */
+
+#ifdef __cplusplus
+}
+
+/**
+ * @brief File services; each method is the function of the same name.
+ *
+ * The objects of the four classes have no data; any of them does what ::m_FileSdk and the others
+ * do.
+ */
+class MIROVAN_API CMirovan_File
+{
+public:
+    /** Does nothing. */
+    CMirovan_File();
+    /** Does nothing. */
+    ~CMirovan_File();
+
+    /** See ::Mirovan_File_GetFileAttrA. */
+    bool Mirovan_File_GetFileAttrA(const char* lpszFile, MIROVAN_FILE_ATTR* pstFileAttr);
+    /** See ::Mirovan_File_GetFileAttrW. */
+    bool Mirovan_File_GetFileAttrW(const wchar_t* lpwszFile, MIROVAN_FILE_ATTR* pstFileAttr);
+    /** See ::Mirovan_File_SaveBuffToFileA. */
+    bool Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer, int nBufLen);
+    /** See ::Mirovan_File_SaveBuffToFileW. */
+    bool Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
+                                      int nBufLen);
+    /** See ::Mirovan_File_EnumFileA. */
+    bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList, int* pnFileCount,
+                                bool bRecurse, int nListType);
+    /** See ::Mirovan_File_EnumFileW. */
+    bool Mirovan_File_EnumFileW(const wchar_t* lpwszPath, wchar_t*** pppwszFileList,
+                                int* pnFileCount, bool bRecurse, int nListType);
+
+    /**
+     * @brief Appends the paths in a folder, or in the whole tree below it, to a list.
+     *
+     * @param lpszPath the folder, UTF-8; a link to a folder will do, a pattern will not.
+     * @param pListFile list to append to; what it holds stays in front.
+     * @param bRecurse as in ::Mirovan_File_EnumFileA.
+     * @param nListType as in ::Mirovan_File_EnumFileA; nothing found is a success here.
+     * @param lpszFilter only files whose extension (after its dot) begins with this text, in any
+     *                   case, are listed; null for all.
+     * @return true when the walk came to its end. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null
+     *         path or list; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder. The list is untouched.
+     * @throws std::filesystem::filesystem_error when the path or a folder cannot be read for a
+     *         reason other than its absence or a lack of permission; std::system_error when a name
+     *         met by the recursive walk is no valid UTF-8; std::bad_alloc. What was appended
+     *         before stays in the list, and the error flag stays clear.
+     *
+     * Threads: any, on different lists. From: open(), directory reading, lstat().
+     */
+    bool Mirovan_File_EnumFileA(const char* lpszPath, std::list<std::string>* pListFile,
+                                bool bRecurse, int nListType, const char* lpszFilter);
+
+    /**
+     * @brief The same for wide paths.
+     *
+     * @param lpwszPath the folder, UTF-32.
+     * @param pListFile list to append to; what it holds stays in front.
+     * @param bRecurse as in ::Mirovan_File_EnumFileA.
+     * @param nListType as in ::Mirovan_File_EnumFileA; nothing found is a success here.
+     * @param lpwszFilter as lpszFilter of the narrow form.
+     * @return as the narrow form.
+     * @throws as the narrow form; also when lpwszPath, or a name met by either walk, cannot be
+     *         converted.
+     *
+     * Threads: any, on different lists. From: open(), directory reading, lstat().
+     */
+    bool Mirovan_File_EnumFileW(const wchar_t* lpwszPath, std::list<std::wstring>* pListFile,
+                                bool bRecurse, int nListType, const wchar_t* lpwszFilter);
+
+    /** See ::Mirovan_File_CreateMutilFolderA. */
+    bool Mirovan_File_CreateMutilFolderA(const char* lpszPath);
+    /** See ::Mirovan_File_CreateMutilFolderW. */
+    bool Mirovan_File_CreateMutilFolderW(const wchar_t* lpwszPath);
+    /** See ::Mirovan_File_DeleteMutilFolderA. */
+    bool Mirovan_File_DeleteMutilFolderA(const char* lpszPath, bool bDelRoot);
+    /** See ::Mirovan_File_DeleteMutilFolderW. */
+    bool Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot);
+    /** See ::Mirovan_File_CreateSparseFileA. */
+    bool Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize);
+    /** See ::Mirovan_File_CreateSparseFileW. */
+    bool Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize);
+    /** See ::Mirovan_File_CopyFileA. */
+    bool Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* lpszDstFile,
+                                bool bFailIfExists);
+    /** See ::Mirovan_File_CopyFileW. */
+    bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile, const wchar_t* lpwszDstFile,
+                                bool bFailIfExists);
+};
+
+/** @brief Hardware information; each method is the function of the same name. */
+class MIROVAN_API CMirovan_HardWare
+{
+public:
+    /** Does nothing. */
+    CMirovan_HardWare();
+    /** Does nothing. */
+    ~CMirovan_HardWare();
+
+    /** See ::Mirovan_HardWare_GetDiskInfomation. */
+    bool Mirovan_HardWare_GetDiskInfomation(const char* lpszPath,
+                                            tag_Mirovan_Disk_Information* pstDiskInfo, int nUnit);
+    /** See ::Mirovan_HardWare_GetDiskNumber. */
+    bool Mirovan_HardWare_GetDiskNumber(char*** pppszDiskList, int* pnDiskCount);
+    /** See ::Mirovan_HardWare_GetCpuInfomation. */
+    bool Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Information* pstCpuInfo);
+    /** See ::Mirovan_HardWare_GetSerial. */
+    bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
+};
+
+/** @brief Process services; each method is the function of the same name. */
+class MIROVAN_API CMirovan_Process
+{
+public:
+    /** Does nothing. */
+    CMirovan_Process();
+    /** Does nothing. */
+    ~CMirovan_Process();
+
+    /** See ::Mirovan_Process_ReadCmdReturn. */
+    bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult, int nLineCount,
+                                       int nStartLine, int* pnResultLen);
+    /** See ::Mirovan_Process_GetProcessInfo. */
+    bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
+                                        const char* lpszProcessName, int nPid);
+    /** See ::Mirovan_Process_GetProcessCpuUsage. */
+    bool Mirovan_Process_GetProcessCpuUsage(int* pnCpuUsage, int nPid);
+    /** See ::Mirovan_Process_GetUpTime. */
+    bool Mirovan_Process_GetUpTime(TARVELO_LIBTIME* pstLibTime, int nPid);
+    /** See ::Mirovan_Process_GetPath. */
+    bool Mirovan_Process_GetPath(char* lpszProcessPath, int nPid);
+    /** See ::Mirovan_Process_IsAdmin. */
+    bool Mirovan_Process_IsAdmin();
+    /** See ::Mirovan_Process_GetPriority. */
+    bool Mirovan_Process_GetPriority(int* pnPriority, int nPid);
+    /** See ::Mirovan_Process_SetPriority. */
+    bool Mirovan_Process_SetPriority(int nPriority, int nPid);
+    /** See ::Mirovan_Process_Stop. */
+    bool Mirovan_Process_Stop(const char* lpszProcessName, int nPid, bool bIgnoreChild);
+    /** See ::Mirovan_Process_CreateProcess. */
+    bool Mirovan_Process_CreateProcess(unsigned long* pnPid, const char* lpszProcessPath,
+                                       const char* lpszArgs, bool bOption);
+    /** See ::Mirovan_Process_RunProcess. */
+    bool Mirovan_Process_RunProcess(unsigned long* pnPid, const char* lpszProcessPath,
+                                    const char* lpszArg0, const char* lpszArg1, bool bOption);
+    /** See ::Mirovan_Process_SetProcessForCpu. */
+    bool Mirovan_Process_SetProcessForCpu(pthread_t hThread, unsigned long nCpuTag);
+    /** See ::Mirovan_Process_GetProcessForCpu. */
+    bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag);
+
+    /**
+     * @brief Number of a process state letter as ps prints it.
+     *
+     * @param cState the letter.
+     * @param pnState receives 0 for R, 1 for S, 2 for D, 3 for Z, 4 for T, 5 for W, 6 for any
+     * other.
+     * @return true when an output was given. Code: ::ERROR_MIROVAN_PROCESS_PARAMETER it is null.
+     *
+     * Threads: any. From: nothing.
+     */
+    bool Mirovan_Process_AppState(char cState, unsigned long* pnState);
+};
+
+/** @brief System services; each method is the function of the same name. */
+class MIROVAN_API CMirovan_System
+{
+public:
+    /** Does nothing. */
+    CMirovan_System();
+    /** Does nothing. */
+    ~CMirovan_System();
+
+    /** See ::Mirovan_System_GetSystemVer. */
+    bool Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszSysVersion, char* lpszSysCodeName,
+                                     unsigned long* pnSysType, char* lpszSysRelease);
+    /** See ::Mirovan_System_GetMemoryUsage. */
+    bool Mirovan_System_GetMemoryUsage(tag_Mirovan_Memory_Infomation* pstMemoryInfo, int nUnit);
+    /** See ::Mirovan_System_GetCpuUsage. */
+    bool Mirovan_System_GetCpuUsage(int* pnCpuUsage);
+    /** See ::Mirovan_System_GetUpTime. */
+    bool Mirovan_System_GetUpTime(TARVELO_LIBTIME* pstLibTime);
+    /** See ::Mirovan_System_GetProcessCount. */
+    bool Mirovan_System_GetProcessCount(int* pnProcessCount);
+    /** See ::Mirovan_System_GetProcessList. */
+    bool Mirovan_System_GetProcessList(MIROVAN_PROCESS_INFO*** pppstProcessList, int* pnListCount);
+    /** See ::Mirovan_System_GetSysName. */
+    bool Mirovan_System_GetSysName(char* lpszUserName, char* lpszHostName);
+    /** See ::Mirovan_System_Shutdown. */
+    bool Mirovan_System_Shutdown(unsigned long nShutdownType);
+    /** See ::Mirovan_System_SystemEx. */
+    bool Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout);
+    /** See ::Mirovan_System_GetSysIdleTime. */
+    bool Mirovan_System_GetSysIdleTime(unsigned long& nIdleTime);
+    /** See ::Mirovan_System_GetScreen. */
+    bool Mirovan_System_GetScreen(int* pnWidth, int* pnHeight);
+    /** See ::Mirovan_System_GetLanguage. */
+    bool Mirovan_System_GetLanguage(char* lpszLanguage);
+    /** See ::Mirovan_System_WMIQuery. */
+    bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey, char* lpszQueryResult,
+                                 int nQueryResultSize);
+};
+
+/** @name Objects
+ *  @{ */
+extern MIROVAN_API CMirovan_File m_FileSdk;       /**< The file services in use. */
+extern MIROVAN_API CMirovan_HardWare m_Hardware;  /**< The hardware information in use. */
+extern MIROVAN_API CMirovan_Process m_ProcessSdk; /**< The process services in use. */
+extern MIROVAN_API CMirovan_System m_SystemSdk;   /**< The system services in use. */
+/** @} */
+#endif
+
+#endif

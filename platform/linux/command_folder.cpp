@@ -1,0 +1,61 @@
+#include "platform/linux/command_folder.h"
+
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <memory>
+
+namespace mirovan::platform
+{
+namespace
+{
+
+struct CloseFile
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// The absolute path of the file that an address was loaded from; empty when it cannot be told.
+std::string mapped_file(const void* address)
+{
+    const std::unique_ptr<std::FILE, CloseFile> maps{std::fopen("/proc/self/maps", "re")};
+    if (!maps)
+        return {};
+    char line[8192];
+    while (std::fgets(line, sizeof line, maps.get()) != nullptr)
+    {
+        std::uintptr_t first = 0;
+        std::uintptr_t end = 0;
+        if (std::sscanf(line, "%" SCNxPTR "-%" SCNxPTR, &first, &end) != 2)
+            continue;
+        const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+        if (wanted < first || wanted >= end)
+            continue;
+        const char* path = std::strchr(line, '/');
+        return path == nullptr ? std::string{} : std::string{path, std::strcspn(path, "\n")};
+    }
+    return {};
+}
+
+} // namespace
+
+std::string command_folder()
+{
+    Dl_info library{};
+    std::string path;
+    const auto* here = reinterpret_cast<const void*>(&command_folder);
+    if (dladdr(here, &library) != 0 && library.dli_fname != nullptr)
+        path = library.dli_fname;
+    // The loader keeps a relative path as it was given, which means nothing once the current folder
+    // has changed.
+    if (path.empty() || path.front() != '/')
+        path = mapped_file(here);
+    const std::size_t folder_end = path.rfind('/');
+    if (folder_end == std::string::npos)
+        return MIROVAN_COMMAND_FOLDER;
+    return path.substr(0, folder_end + 1) + MIROVAN_COMMAND_FOLDER_FROM_LIBRARY;
+}
+
+} // namespace mirovan::platform

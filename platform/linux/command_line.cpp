@@ -1,0 +1,26 @@
+#include "platform/command_line.h"
+
+#include "base/shell_word.h"
+#include "platform/linux/command_folder.h"
+
+namespace mirovan::platform
+{
+
+std::string command_line(const char* text)
+{
+    // The folder goes last, so that a command of the same name that the user has wins. An empty or
+    // unset PATH must not leave an empty element, which would mean the current folder.
+    return "PATH=\"${PATH:+$PATH:}\"" + shell_word(command_folder()) + '\n' + text;
+}
+
+std::string report_command_line(const char* text)
+{
+    return "LC_ALL=C; export LC_ALL; " + command_line(text);
+}
+
+std::FILE* open_command(const std::string& line)
+{
+    return popen(line.c_str(), "re");
+}
+
+} // namespace mirovan::platform

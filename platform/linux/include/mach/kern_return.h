@@ -1,0 +1,7 @@
+#pragma once
+
+using kern_return_t = int;
+
+constexpr kern_return_t KERN_SUCCESS = 0;
+constexpr kern_return_t KERN_INVALID_ARGUMENT = 4;
+constexpr kern_return_t KERN_FAILURE = 5;

@@ -1,0 +1,77 @@
+#include "mirovan.h"
+
+#include <cstddef>
+#include <type_traits>
+
+// The layout of every record is a promise to programs that are built already: a change here needs a
+// new SOVERSION.
+
+#define MIROVAN_AT(record, field, offset) static_assert(offsetof(record, field) == (offset))
+
+static_assert(sizeof(wchar_t) == 4 && sizeof(int) == 4 && sizeof(unsigned long) == 8 &&
+              sizeof(bool) == 1);
+
+static_assert(sizeof(MIROVAN_FILE_ATTR) == 40);
+MIROVAN_AT(MIROVAN_FILE_ATTR, nFileSize, 0);
+MIROVAN_AT(MIROVAN_FILE_ATTR, nCreateTime, 8);
+MIROVAN_AT(MIROVAN_FILE_ATTR, nAccessTime, 16);
+MIROVAN_AT(MIROVAN_FILE_ATTR, nModifyTime, 24);
+MIROVAN_AT(MIROVAN_FILE_ATTR, bIsFile, 32);
+MIROVAN_AT(MIROVAN_FILE_ATTR, bIsHidden, 33);
+MIROVAN_AT(MIROVAN_FILE_ATTR, bIsReadable, 34);
+
+static_assert(sizeof(tag_Mirovan_Disk_Information) == 24);
+MIROVAN_AT(tag_Mirovan_Disk_Information, nReserved, 0);
+MIROVAN_AT(tag_Mirovan_Disk_Information, nFileSystem, 4);
+MIROVAN_AT(tag_Mirovan_Disk_Information, nDiskTotal, 8);
+MIROVAN_AT(tag_Mirovan_Disk_Information, nDiskFree, 16);
+
+static_assert(sizeof(tag_Mirovan_Cpu_Information) == 204);
+MIROVAN_AT(tag_Mirovan_Cpu_Information, tszProcessorName, 0);
+MIROVAN_AT(tag_Mirovan_Cpu_Information, tszModelIdentifier, 128);
+MIROVAN_AT(tag_Mirovan_Cpu_Information, nProcessorSpeed, 192);
+MIROVAN_AT(tag_Mirovan_Cpu_Information, nProcessorOnline, 196);
+MIROVAN_AT(tag_Mirovan_Cpu_Information, nHardwareThreads, 200);
+
+static_assert(sizeof(tag_Mirovan_SdkSerial_Information) == 256);
+MIROVAN_AT(tag_Mirovan_SdkSerial_Information, tszPlatformSerial, 0);
+MIROVAN_AT(tag_Mirovan_SdkSerial_Information, tszSystemSerial, 64);
+MIROVAN_AT(tag_Mirovan_SdkSerial_Information, tszVolumeUUID, 128);
+MIROVAN_AT(tag_Mirovan_SdkSerial_Information, tszHardwareUUID, 192);
+
+static_assert(sizeof(tag_Mirovan_Process_Infomation) == 2072);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nProcessId, 0);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nThreadCount, 4);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, tszProcessName, 8);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, tszUserName, 1032);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nState, 2056);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nVirtualSize, 2060);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nResidentSize, 2064);
+MIROVAN_AT(tag_Mirovan_Process_Infomation, nPageIns, 2068);
+
+static_assert(sizeof(tag_Mirovan_Memory_Infomation) == 64);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nFreePercent, 0);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nTotalMemory, 8);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nFreeMemory, 16);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nReserved1, 24);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nReserved2, 32);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nReserved3, 40);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nReserved4, 48);
+MIROVAN_AT(tag_Mirovan_Memory_Infomation, nReserved5, 56);
+
+static_assert(sizeof(MIROVAN_PROCESS_INFO) == 1028);
+MIROVAN_AT(MIROVAN_PROCESS_INFO, nProcessId, 0);
+MIROVAN_AT(MIROVAN_PROCESS_INFO, tszProcessName, 4);
+
+static_assert(sizeof(TARVELO_LIBTIME) == 24);
+MIROVAN_AT(TARVELO_LIBTIME, nYear, 0);
+MIROVAN_AT(TARVELO_LIBTIME, nMonth, 4);
+MIROVAN_AT(TARVELO_LIBTIME, nDay, 8);
+MIROVAN_AT(TARVELO_LIBTIME, nHour, 12);
+MIROVAN_AT(TARVELO_LIBTIME, nMinute, 16);
+MIROVAN_AT(TARVELO_LIBTIME, nSecond, 20);
+
+#undef MIROVAN_AT
+
+static_assert(std::is_empty_v<CMirovan_File> && std::is_empty_v<CMirovan_HardWare> &&
+              std::is_empty_v<CMirovan_Process> && std::is_empty_v<CMirovan_System>);

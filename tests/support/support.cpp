@@ -1,0 +1,224 @@
+#include "tests/support/support.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <grp.h>
+#include <iterator>
+#include <sstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace test
+{
+
+Scratch::Scratch()
+{
+    std::string pattern = fs::temp_directory_path() / "mirovan-test-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr)
+        throw std::runtime_error("no scratch folder");
+    path_ = pattern;
+    chmod(path_.c_str(), 0777);
+}
+
+Scratch::~Scratch()
+{
+    // Not the library's own deletion: a fault in that must not spoil other tests.
+    const std::string command =
+        "chmod -R u+rwX '" + path_ + "' 2>/dev/null; rm -rf '" + path_ + "'";
+    if (std::system(command.c_str()) != 0)
+        std::fprintf(stderr, "left behind: %s\n", path_.c_str());
+}
+
+std::string Scratch::file(const std::string& name, const std::string& content) const
+{
+    const std::string path = *this / name;
+    fs::create_directories(fs::path{path}.parent_path());
+    std::ofstream{path, std::ios::binary} << content;
+    return path;
+}
+
+std::string Scratch::folder(const std::string& name) const
+{
+    fs::create_directories(*this / name);
+    return *this / name;
+}
+
+std::string read_file(const std::string& path)
+{
+    std::ifstream file{path, std::ios::binary};
+    return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+std::wstring widened(const std::string& text)
+{
+    // Every test text is ASCII, or valid UTF-8 decoded here the plain way.
+    std::wstring wide;
+    for (std::size_t at = 0; at < text.size();)
+    {
+        const auto lead = static_cast<unsigned char>(text[at]);
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        auto value = length == 1 ? lead : static_cast<unsigned>(lead & (0xFFU >> (length + 1)));
+        for (std::size_t i = 1; i < length; ++i)
+            value = value << 6U | (static_cast<unsigned char>(text.at(at + i)) & 0x3FU);
+        wide.push_back(static_cast<wchar_t>(value));
+        at += length;
+    }
+    return wide;
+}
+
+std::string shell_output(const std::string& command_line)
+{
+    std::string output;
+    std::FILE* stream = popen(command_line.c_str(), "r");
+    char block[4096];
+    for (std::size_t got = 0; (got = std::fread(block, 1, sizeof block, stream)) != 0;)
+        output.append(block, got);
+    pclose(stream);
+    return output;
+}
+
+void in_child(const std::function<void()>& body)
+{
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0)
+    {
+        try
+        {
+            body();
+        }
+        catch (const std::exception& error)
+        {
+            ADD_FAILURE() << "exception: " << error.what();
+        }
+        std::fflush(nullptr);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child status " << status;
+}
+
+void as_ordinary_user(const std::function<void()>& body)
+{
+    constexpr uid_t nobody = 65534;
+    in_child(
+        [&]
+        {
+            if (geteuid() == 0)
+            {
+                ASSERT_EQ(setgroups(0, nullptr), 0);
+                ASSERT_EQ(setgid(nobody), 0);
+                ASSERT_EQ(setuid(nobody), 0);
+            }
+            body();
+        });
+}
+
+Held Held::now()
+{
+    Held held;
+    for (const auto& entry : fs::directory_iterator{"/proc/self/fd"})
+    {
+        std::error_code gone;
+        const fs::path target = fs::read_symlink(entry.path(), gone);
+        // The iterator's own descriptor is among them.
+        if (!gone && target != "/proc/" + std::to_string(getpid()) + "/fd")
+            held.descriptors[std::stoi(entry.path().filename())] = target;
+    }
+    for (const auto& task : fs::directory_iterator{"/proc/self/task"})
+    {
+        std::istringstream list{read_file(task.path() / "children")};
+        held.children.insert(std::istream_iterator<int>{list}, {});
+    }
+    sigset_t mask;
+    sigprocmask(SIG_BLOCK, nullptr, &mask);
+    for (int number = 1; number < NSIG; ++number)
+    {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) != 0)
+            continue;
+        std::ostringstream text;
+        text << number << ' ' << reinterpret_cast<const void*>(action.sa_handler) << ' '
+             << action.sa_flags << ' ' << sigismember(&mask, number);
+        held.signals.push_back(text.str());
+    }
+    return held;
+}
+
+void PrintTo(const Held& held, std::ostream* out)
+{
+    for (const auto& [descriptor, target] : held.descriptors)
+        *out << descriptor << "->" << target << ' ';
+    for (const int child : held.children)
+        *out << "child " << child << ' ';
+    for (const auto& text : held.signals)
+        *out << '[' << text << ']';
+}
+
+Environment::Environment(const char* name, const char* value) : name_{name}
+{
+    const char* earlier = std::getenv(name);
+    was_set_ = earlier != nullptr;
+    if (was_set_)
+        earlier_ = earlier;
+    if (value == nullptr)
+        unsetenv(name);
+    else
+        setenv(name, value, 1);
+}
+
+Environment::~Environment()
+{
+    if (was_set_)
+        setenv(name_.c_str(), earlier_.c_str(), 1);
+    else
+        unsetenv(name_.c_str());
+}
+
+Commands::Commands() : path_{"PATH", (scratch_.path() + ":" + std::getenv("PATH")).c_str()} {}
+
+void Commands::add(const std::string& name, const std::string& script) const
+{
+    const std::string path = scratch_.file(name, "#!/bin/sh\n" + script + "\n");
+    chmod(path.c_str(), 0755);
+}
+
+testing::AssertionResult failed_with(bool result, uint64_t code, int system_errno)
+{
+    int current_errno = errno;
+    int asked_errno = 0;
+    const uint64_t process_code = Mirovan_GetLastError(&asked_errno);
+    bool thread_failed = false;
+    int thread_errno = 0;
+    const uint64_t thread_code = Mirovan_GetThreadError(&thread_failed, &thread_errno);
+    if (!result && Mirovan_IsErrorOccur && Mirovan_dwErrorCode == code && process_code == code &&
+        thread_failed && thread_code == code && asked_errno == current_errno &&
+        thread_errno == current_errno && (system_errno == 0 || system_errno == current_errno))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "result " << result << ", flag " << Mirovan_IsErrorOccur << '/' << thread_failed
+           << ", code " << Mirovan_GetErrorText(process_code) << " / "
+           << Mirovan_GetErrorText(thread_code) << ", errno " << std::strerror(current_errno)
+           << " / " << std::strerror(thread_errno);
+}
+
+testing::AssertionResult succeeded(bool result)
+{
+    const int current_errno = errno;
+    bool thread_failed = true;
+    const uint64_t code = Mirovan_GetThreadError(&thread_failed, nullptr);
+    if (result && !Mirovan_IsErrorOccur && !thread_failed)
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "result " << result << ", flag " << Mirovan_IsErrorOccur << '/' << thread_failed
+           << ", code " << Mirovan_GetErrorText(code) << ", errno " << std::strerror(current_errno);
+}
+
+} // namespace test

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "mirovan.h"
+
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <signal.h>
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+/// A folder of the test's own, gone when the test ends. Every user may enter it.
+class Scratch
+{
+public:
+    Scratch();
+    ~Scratch();
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+    const std::string& path() const { return path_; }
+
+    /// Makes a file, and the folders above it, and returns its path.
+    std::string file(const std::string& name, const std::string& content = "") const;
+    std::string folder(const std::string& name) const;
+
+private:
+    std::string path_;
+};
+
+std::string read_file(const std::string& path);
+std::wstring widened(const std::string& text);
+
+/// What /bin/sh prints for a command line, read independently of the library.
+std::string shell_output(const std::string& command_line);
+
+/// Runs the body in a child process; its expectations count in the parent.
+void in_child(const std::function<void()>& body);
+
+/// The same as an ordinary user, also when the tests run as the superuser.
+void as_ordinary_user(const std::function<void()>& body);
+
+/// What a process holds that a call must give back: descriptors and what they stand for, children,
+/// signal actions and the signal mask. Two snapshots are equal when nothing was left behind.
+struct Held
+{
+    std::map<int, std::string> descriptors;
+    std::set<int> children;
+    std::vector<std::string> signals;
+
+    static Held now();
+    bool operator==(const Held&) const = default;
+};
+void PrintTo(const Held& held, std::ostream* out);
+
+/// Sets an environment variable, or unsets it with a null value, until the end of the scope.
+class Environment
+{
+public:
+    Environment(const char* name, const char* value);
+    ~Environment();
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    std::string name_;
+    std::string earlier_;
+    bool was_set_;
+};
+
+/// Stand-in commands, first on PATH until the end of the scope: each is a shell script.
+class Commands
+{
+public:
+    Commands();
+    void add(const std::string& name, const std::string& script) const;
+    std::string folder() const { return scratch_.path(); }
+
+private:
+    Scratch scratch_;
+    Environment path_;
+};
+
+/// Whether a call failed as the convention says: false, flag, code (for the process and for the
+/// thread), and errno unless it is 0.
+testing::AssertionResult failed_with(bool result, uint64_t code, int system_errno = 0);
+
+/// Whether a call succeeded and left the flag clear.
+testing::AssertionResult succeeded(bool result);
+
+} // namespace test
+
+/// EXPECT_FAILS(call, code[, errno]): errno is cleared first, so that it cannot be a stale one.
+#define EXPECT_FAILS(call, ...)                                                                    \
+    EXPECT_TRUE((errno = 0, ::test::failed_with((call), __VA_ARGS__))) << #call
+#define EXPECT_SUCCEEDS(call) EXPECT_TRUE(::test::succeeded((call))) << #call
