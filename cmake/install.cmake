@@ -1,0 +1,30 @@
+include(CMakePackageConfigHelpers)
+
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/mirovan)
+set(installed_targets mirovan)
+if(MIROVAN_BUILD_STATIC)
+  list(APPEND installed_targets mirovan_static)
+endif()
+
+install(FILES include/mirovan.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(TARGETS ${installed_targets} EXPORT mirovan_targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+    NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(EXPORT mirovan_targets NAMESPACE mirovan:: FILE mirovan-targets.cmake
+  DESTINATION ${package_folder} COMPONENT development)
+
+configure_package_config_file(cmake/mirovan-config.cmake.in
+  ${PROJECT_BINARY_DIR}/mirovan-config.cmake INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/mirovan-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/mirovan-config.cmake
+  ${PROJECT_BINARY_DIR}/mirovan-config-version.cmake
+  DESTINATION ${package_folder} COMPONENT development)
+
+# Relative to the file itself, so that an install prefix may be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+  BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE prefix_from_pkgconfig)
+configure_file(cmake/mirovan.pc.in ${PROJECT_BINARY_DIR}/mirovan.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/mirovan.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
