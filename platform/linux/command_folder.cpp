@@ -1,8 +1,8 @@
 #include "platform/linux/command_folder.h"
 
-#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <memory>
@@ -14,7 +14,7 @@ namespace
 
 struct CloseFile
 {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
 /// The absolute path of the file that an address was loaded from; empty when it cannot be told.
@@ -23,14 +23,14 @@ std::string mapped_file(const void* address)
     const std::unique_ptr<std::FILE, CloseFile> maps{std::fopen("/proc/self/maps", "re")};
     if (!maps)
         return {};
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
     char line[8192];
     while (std::fgets(line, sizeof line, maps.get()) != nullptr)
     {
-        std::uintptr_t first = 0;
-        std::uintptr_t end = 0;
-        if (std::sscanf(line, "%" SCNxPTR "-%" SCNxPTR, &first, &end) != 2)
-            continue;
-        const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+        // A line begins with the first address and the end of a mapping: "7f00-7f80 r-xp".
+        char* dash = nullptr;
+        const std::uintptr_t first = std::strtoull(line, &dash, 16);
+        const std::uintptr_t end = *dash == '-' ? std::strtoull(dash + 1, nullptr, 16) : 0;
         if (wanted < first || wanted >= end)
             continue;
         const char* path = std::strchr(line, '/');

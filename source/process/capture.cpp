@@ -35,7 +35,7 @@ class PieceReader
 {
 public:
     explicit PieceReader(int descriptor)
-        : descriptor_{descriptor}, block_{std::make_unique_for_overwrite<char[]>(block_size + 1)}
+        : descriptor_{descriptor}, block_{std::make_unique<char[]>(block_size + 1)}
     {
     }
 
@@ -69,7 +69,7 @@ public:
     }
 
     /// The errno that ended the reading before the end of the output; 0 when nothing did.
-    int error() const { return error_; }
+    [[nodiscard]] int error() const { return error_; }
 
 private:
     static constexpr std::size_t piece_limit = 2047;
