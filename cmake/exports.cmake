@@ -1,11 +1,12 @@
 # Makes the linker's list of exported symbols from source/exports.txt, which has one symbol a line.
-# Two methods take a std::list, whose mangled name depends on the standard library: a line may end
-# in the library that it is for.
+# A line may end in the standard library or the platform that it is for.
 include(CheckCXXSymbolExists)
 check_cxx_symbol_exists(_LIBCPP_VERSION version MIROVAN_USES_LIBCXX)
-set(standard_library libstdc++)
-if(MIROVAN_USES_LIBCXX)
-  set(standard_library libc++)
+set(here linux libstdc++)
+if(APPLE)
+  set(here macos libc++)
+elseif(MIROVAN_USES_LIBCXX)
+  set(here linux libc++)
 endif()
 
 file(STRINGS ${PROJECT_SOURCE_DIR}/source/exports.txt export_lines REGEX "^[^#]")
@@ -14,9 +15,8 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
 set(exports "")
 foreach(line IN LISTS export_lines)
   string(REPLACE " " ";" line "${line}")
-  list(GET line 0 symbol)
-  list(LENGTH line words)
-  if(words EQUAL 1 OR standard_library IN_LIST line)
+  list(POP_FRONT line symbol only_for)
+  if(NOT only_for OR only_for IN_LIST here)
     list(APPEND exports ${symbol})
   endif()
 endforeach()

@@ -1,7 +1,73 @@
-#include "source/error.h"
+#include "base/shell_word.h"
+#include "source/account.h"
+#include "source/operation.h"
 
-bool CMirovan_System::Mirovan_System_Shutdown(unsigned long /*nShutdownType*/)
+#include <cstdlib>
+#include <string>
+#include <sys/reboot.h>
+#include <unistd.h>
+
+namespace
 {
-    mirovan::clear_error();
-    return mirovan::fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, ENOSYS);
+
+using namespace mirovan;
+
+enum Action : unsigned long
+{
+    halt = 0x10001,
+    display_off = 0x10002,
+    restart = 0x10003,
+    end_user = 0x10004,
+    lock_screen = 0x10005,
+    halt_too = 0x10007,
+};
+
+bool call_reboot(int howto)
+{
+    return reboot(howto) == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED);
+}
+
+bool run_shell(const std::string& command)
+{
+    const int status = std::system(command.c_str());
+    return status == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, status == -1 ? errno : EIO);
+}
+
+/// The account whose processes the end-user action ends: that of the session's user, and never the
+/// superuser's. The fallback matches nobody.
+std::string session_account()
+{
+    constexpr std::size_t longest_name = 256;
+    char name[longest_name] = "";
+    if (getlogin_r(name, sizeof name) != 0)
+        return "username";
+    const auto user = user_of(name);
+    return user && *user != 0 ? name : "username";
+}
+
+} // namespace
+
+bool CMirovan_System::Mirovan_System_Shutdown(unsigned long nShutdownType)
+{
+    return run_operation(ERROR_MIROVAN_SYSTEM_QUERY_FAILED,
+                         [&]
+                         {
+                             switch (nShutdownType)
+                             {
+                             case halt:
+                             case halt_too:
+                                 return call_reboot(RB_HALT);
+                             case restart:
+                                 return call_reboot(RB_AUTOBOOT);
+                             case display_off:
+                                 return run_shell("xset dpms force off");
+                             case lock_screen:
+                                 return run_shell("gnome-screensaver-command -l");
+                             case end_user:
+                                 return run_shell("pkill -kill -u " +
+                                                  shell_word(session_account()));
+                             default:
+                                 return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
+                             }
+                         });
 }

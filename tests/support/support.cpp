@@ -144,9 +144,11 @@ Held Held::now()
         struct sigaction action = {};
         if (sigaction(number, nullptr, &action) != 0)
             continue;
+        // The C library marks an action that was set through it; a program cannot.
+        constexpr int library_mark = 0x04000000;
         std::ostringstream text;
         text << number << ' ' << reinterpret_cast<const void*>(action.sa_handler) << ' '
-             << action.sa_flags << ' ' << sigismember(&mask, number);
+             << (action.sa_flags & ~library_mark) << ' ' << sigismember(&mask, number);
         held.signals.push_back(text.str());
     }
     return held;

@@ -1,0 +1,24 @@
+#include <sys/reboot.h>
+
+#include <cerrno>
+#include <linux/reboot.h>
+#include <unistd.h>
+
+namespace kernel
+{
+// The C library's own call, whose name the stand-in header takes.
+extern "C" int c_library_reboot(int command) __asm__("reboot");
+} // namespace kernel
+
+int reboot(int howto)
+{
+    if (howto != RB_AUTOBOOT && howto != RB_HALT)
+    {
+        errno = EINVAL;
+        return -1;
+    }
+    // The kernel halts at once: what is still in its buffers would be lost.
+    sync();
+    const unsigned command = howto == RB_HALT ? LINUX_REBOOT_CMD_HALT : LINUX_REBOOT_CMD_RESTART;
+    return kernel::c_library_reboot(static_cast<int>(command));
+}
