@@ -78,7 +78,7 @@ TEST(SystemEx, TheCommandHasTheCallersSignals)
 {
     const test::Scratch scratch;
     const std::string seen = scratch / "status";
-    const std::string command = "grep -E '^Sig(Blk|Ign)' /proc/self/status >'" + seen + "'";
+    const std::string command = "exec grep -E '^Sig(Blk|Ign)' /proc/self/status >'" + seen + "'";
     test::in_child(
         [&]
         {
