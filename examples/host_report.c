@@ -368,9 +368,7 @@ static void report_processes(void)
         report_process("A child that sleeps", (int)child);
 
     begin_section("Commands");
-    if (child == 0)
-        failure("child");
-    else if (Mirovan_Process_Stop(NULL, (int)child, false))
+    if (child != 0 && Mirovan_Process_Stop(NULL, (int)child, false))
         text_fact("child", "stopped");
     else
         failure("child");

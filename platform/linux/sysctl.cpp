@@ -41,6 +41,7 @@ int give_memory_size(void* oldp, std::size_t* oldlenp)
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the home platform declares it so.
 int sysctl(int* name, unsigned int namelen, void* oldp, std::size_t* oldlenp, void* newp,
            std::size_t /*newlen*/)
 {
