@@ -6,7 +6,7 @@ if(MIROVAN_BUILD_STATIC)
   list(APPEND installed_targets mirovan_static)
 endif()
 
-install(FILES include/mirovan.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES include/mirovan.h include/mirovan.hpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(TARGETS ${installed_targets} EXPORT mirovan_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
     NAMELINK_COMPONENT development

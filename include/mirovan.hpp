@@ -1,0 +1,718 @@
+/**
+ * @file mirovan.hpp
+ * @brief The operations of mirovan.h for C++20: values come back, failures are thrown or reported.
+ *
+ * Each function is one call of the C interface, whose header says what it does. Every function
+ * takes a std::error_code as its last argument: given one, it reports into it and returns an empty
+ * value; without one it throws mirovan::error. It reports the calling thread's own error, so it is
+ * right in programs with threads.
+ *
+ * @code
+ * for (const std::filesystem::path& file : mirovan::file::list("/etc/\*.conf"))
+ *     std::cout << file << ' ' << mirovan::file::attributes(file).size << '\n';
+ * @endcode
+ */
+#ifndef MIROVAN_HPP
+#define MIROVAN_HPP
+
+#include "mirovan.h"
+
+#include <chrono>
+#include <compare>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+namespace mirovan
+{
+
+/** The category of the library's error codes. */
+inline const std::error_category& error_category() noexcept
+{
+    class Category final : public std::error_category
+    {
+        [[nodiscard]] const char* name() const noexcept override { return "mirovan"; }
+        [[nodiscard]] std::string message(int code) const override
+        {
+            return Mirovan_GetErrorText(static_cast<uint64_t>(code));
+        }
+    };
+    static const Category category;
+    return category;
+}
+
+/** A failure: its code, and beside it the errno of the system call behind it. */
+class error : public std::system_error
+{
+public:
+    error(std::error_code code, int system_errno, const char* operation)
+        : std::system_error(code, operation), system_(system_errno, std::generic_category())
+    {
+    }
+
+    /** Why the system refused. */
+    [[nodiscard]] const std::error_code& system() const noexcept { return system_; }
+
+private:
+    std::error_code system_;
+};
+
+/** Stands for "throw" where a function takes a std::error_code. */
+inline std::error_code throws;
+
+/** A path in any of its forms: UTF-8 or a filesystem path, wide, or UTF-32. */
+class path_argument
+{
+public:
+    // Implicit, so that a path is given as it is at hand.
+    path_argument(const char* path) : path_{std::string{path}} {}
+    path_argument(std::string path) : path_{std::move(path)} {}
+    path_argument(std::string_view path) : path_{std::string{path}} {}
+    path_argument(const std::filesystem::path& path) : path_{path.string()} {}
+    path_argument(const wchar_t* path) : path_{std::wstring{path}} {}
+    path_argument(std::wstring path) : path_{std::move(path)} {}
+    path_argument(std::u32string_view path) : path_{std::wstring(path.begin(), path.end())} {}
+    path_argument(const std::u32string& path) : path_argument{std::u32string_view{path}} {}
+
+    /** Calls the narrow or the wide function with the path in front of the other arguments. */
+    template <class Narrow, class Wide, class... Arguments>
+    auto call(Narrow narrow, Wide wide, Arguments... arguments) const
+    {
+        if (const auto* text = std::get_if<std::string>(&path_))
+            return narrow(text->c_str(), arguments...);
+        return wide(std::get<std::wstring>(path_).c_str(), arguments...);
+    }
+
+private:
+    std::variant<std::string, std::wstring> path_;
+};
+
+/** @cond internal */
+namespace detail
+{
+
+/** Reports the outcome of a call; true when it succeeded. */
+inline bool report(bool succeeded, std::error_code& ec, const char* operation)
+{
+    int system_errno = 0;
+    const uint64_t code = Mirovan_GetThreadError(nullptr, &system_errno);
+    std::error_code outcome;
+    if (!succeeded)
+        outcome.assign(static_cast<int>(code), error_category());
+    if (&ec != &throws)
+        ec = outcome;
+    else if (!succeeded)
+        throw error(outcome, system_errno, operation);
+    return succeeded;
+}
+
+/** A text field up to its NUL, without the newline that reports leave at its end. */
+inline std::string field(const char* text)
+{
+    std::string value = text;
+    if (value.ends_with('\n'))
+        value.pop_back();
+    return value;
+}
+
+inline std::chrono::local_seconds local(const TARVELO_LIBTIME& time)
+{
+    using namespace std::chrono;
+    const year_month_day day{year{time.nYear}, month{static_cast<unsigned>(time.nMonth)},
+                             std::chrono::day{static_cast<unsigned>(time.nDay)}};
+    return local_days{day} + hours{time.nHour} + minutes{time.nMinute} + seconds{time.nSecond};
+}
+
+/** Texts that the library allocated, as a range that owns them. */
+template <class Element>
+class rows
+{
+public:
+    class iterator
+    {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using iterator_concept = std::random_access_iterator_tag;
+        using value_type = Element;
+        using difference_type = std::ptrdiff_t;
+        using reference = Element;
+        using pointer = void;
+
+        iterator() = default;
+        explicit iterator(char** row) : row_{row} {}
+        reference operator*() const { return Element{*row_}; }
+        reference operator[](difference_type at) const { return Element{row_[at]}; }
+        iterator& operator++() { return *this += 1; }
+        iterator& operator--() { return *this += -1; }
+        iterator operator++(int) { return std::exchange(*this, iterator{row_ + 1}); }
+        iterator operator--(int) { return std::exchange(*this, iterator{row_ - 1}); }
+        iterator& operator+=(difference_type by)
+        {
+            row_ += by;
+            return *this;
+        }
+        iterator& operator-=(difference_type by) { return *this += -by; }
+        friend iterator operator+(iterator at, difference_type by) { return at += by; }
+        friend iterator operator+(difference_type by, iterator at) { return at += by; }
+        friend iterator operator-(iterator at, difference_type by) { return at -= by; }
+        friend difference_type operator-(iterator a, iterator b) { return a.row_ - b.row_; }
+        auto operator<=>(const iterator&) const = default;
+
+    private:
+        char** row_ = nullptr;
+    };
+
+    rows() = default;
+    rows(char** table, int count) : table_{table}, count_{count} {}
+    rows(rows&& other) noexcept
+        : table_{std::exchange(other.table_, nullptr)}, count_{std::exchange(other.count_, 0)}
+    {
+    }
+    rows& operator=(rows&& other) noexcept
+    {
+        std::swap(table_, other.table_);
+        std::swap(count_, other.count_);
+        return *this;
+    }
+    ~rows() { Fundix_Memory_Free(reinterpret_cast<void***>(&table_), count_); }
+
+    [[nodiscard]] iterator begin() const { return iterator{table_}; }
+    [[nodiscard]] iterator end() const { return iterator{table_ + count_}; }
+    [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(count_); }
+    [[nodiscard]] bool empty() const { return count_ == 0; }
+    [[nodiscard]] Element operator[](std::size_t at) const { return Element{table_[at]}; }
+
+private:
+    char** table_ = nullptr;
+    int count_ = 0;
+};
+
+} // namespace detail
+/** @endcond */
+
+/** Files and folders. */
+namespace file
+{
+
+struct attributes_record
+{
+    std::uint64_t size = 0;
+    std::chrono::sys_seconds changed;  /**< Last change of the status. */
+    std::chrono::sys_seconds accessed; /**< Last access. */
+    std::chrono::sys_seconds modified; /**< Last modification. */
+    bool is_file = false;
+    bool is_hidden = false;
+    bool is_readable = false;
+};
+
+/** See Mirovan_File_GetFileAttrA(). */
+inline attributes_record attributes(const path_argument& path, std::error_code& ec = throws)
+{
+    MIROVAN_FILE_ATTR record{};
+    if (!detail::report(path.call(Mirovan_File_GetFileAttrA, Mirovan_File_GetFileAttrW, &record),
+                        ec, "attributes"))
+        return {};
+    const auto time = [](int64_t seconds)
+    { return std::chrono::sys_seconds{std::chrono::seconds{seconds}}; };
+    return {static_cast<std::uint64_t>(record.nFileSize),
+            time(record.nCreateTime),
+            time(record.nAccessTime),
+            time(record.nModifyTime),
+            record.bIsFile,
+            record.bIsHidden,
+            record.bIsReadable};
+}
+
+/** See Mirovan_File_CreateMutilFolderA(). */
+inline void create_folders(const path_argument& path, std::error_code& ec = throws)
+{
+    detail::report(path.call(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW), ec,
+                   "create_folders");
+}
+
+/** See Mirovan_File_DeleteMutilFolderA(). */
+inline void delete_folder(const path_argument& path, std::error_code& ec = throws)
+{
+    detail::report(
+        path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, true), ec,
+        "delete_folder");
+}
+
+/** Deletes what is in a folder and keeps it; see Mirovan_File_DeleteMutilFolderA(). */
+inline void empty_folder(const path_argument& path, std::error_code& ec = throws)
+{
+    detail::report(
+        path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, false), ec,
+        "empty_folder");
+}
+
+/** See Mirovan_File_SaveBuffToFileA(); at most 2 GiB less one byte. */
+inline void save(const path_argument& path, std::string_view content, std::error_code& ec = throws)
+{
+    // A length that an int cannot hold is refused like a negative one.
+    const bool fits = content.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+    const int length = fits ? static_cast<int>(content.size()) : -1;
+    detail::report(path.call(Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW,
+                             content.empty() ? "" : content.data(), length),
+                   ec, "save");
+}
+
+/** See Mirovan_File_CreateSparseFileA(). */
+inline void create_zero_filled(const path_argument& path, std::int64_t size,
+                               std::error_code& ec = throws)
+{
+    detail::report(path.call(Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW,
+                             static_cast<long long>(size)),
+                   ec, "create_zero_filled");
+}
+
+/** What copy() does with a destination that exists. */
+enum class existing
+{
+    replace,
+    refuse
+};
+
+/** See Mirovan_File_CopyFileA(). */
+inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
+                 existing destination = existing::replace, std::error_code& ec = throws)
+{
+    detail::report(
+        Mirovan_File_CopyFileA(from.c_str(), to.c_str(), destination == existing::refuse), ec,
+        "copy");
+}
+
+/** See Mirovan_File_CopyFileW(). */
+inline void copy(const std::wstring& from, const std::wstring& to,
+                 existing destination = existing::replace, std::error_code& ec = throws)
+{
+    detail::report(
+        Mirovan_File_CopyFileW(from.c_str(), to.c_str(), destination == existing::refuse), ec,
+        "copy");
+}
+
+/** What list() lists. */
+enum class kind
+{
+    files = 1,
+    folders = 2,
+    all = 3
+};
+
+/** How deep list() goes. */
+enum class depth
+{
+    one_level,
+    whole_tree
+};
+
+/** The paths that list() found. */
+using path_list = detail::rows<std::filesystem::path>;
+
+/** See Mirovan_File_EnumFileA(). Finding nothing is a success here: the range is empty. */
+inline path_list list(const std::filesystem::path& folder_or_pattern, kind what = kind::files,
+                      depth how_deep = depth::one_level, std::error_code& ec = throws)
+{
+    char** table = nullptr;
+    int count = 0;
+    const bool found =
+        Mirovan_File_EnumFileA(folder_or_pattern.c_str(), &table, &count,
+                               how_deep == depth::whole_tree, static_cast<int>(what));
+    const bool empty =
+        !found && Mirovan_GetThreadError(nullptr, nullptr) == ERROR_MIROVAN_FILE_ENUM_EMPTY;
+    detail::report(found || empty, ec, "list");
+    return {table, found ? count : 0};
+}
+
+} // namespace file
+
+/** The machine. */
+namespace hardware
+{
+
+/** The kinds of file systems that volume() tells apart. */
+enum class file_system
+{
+    other = 0,
+    fat = 1,
+    ntfs = 2,
+    ext = 4,
+    apfs = 5
+};
+
+struct volume_record
+{
+    file_system kind = file_system::other;
+    std::uint64_t size = 0;      /**< In bytes. */
+    std::uint64_t available = 0; /**< In bytes, for an ordinary user. */
+};
+
+/** See Mirovan_HardWare_GetDiskInfomation(). */
+inline volume_record volume(const std::filesystem::path& path, std::error_code& ec = throws)
+{
+    tag_Mirovan_Disk_Information record{};
+    detail::report(Mirovan_HardWare_GetDiskInfomation(path.c_str(), &record, 1), ec, "volume");
+    return {static_cast<file_system>(record.nFileSystem), record.nDiskTotal, record.nDiskFree};
+}
+
+/** The names that volume_names() found. */
+using name_list = detail::rows<std::string>;
+
+/** See Mirovan_HardWare_GetDiskNumber(). */
+inline name_list volume_names(std::error_code& ec = throws)
+{
+    char** table = nullptr;
+    int count = 0;
+    detail::report(Mirovan_HardWare_GetDiskNumber(&table, &count), ec, "volume_names");
+    return {table, count};
+}
+
+struct processor_record
+{
+    std::string name;
+    std::string model;
+    int megahertz = 0;
+    int online = 0;
+    unsigned threads = 0;
+};
+
+/** See Mirovan_HardWare_GetCpuInfomation(). */
+inline processor_record processor(std::error_code& ec = throws)
+{
+    tag_Mirovan_Cpu_Information record{};
+    detail::report(Mirovan_HardWare_GetCpuInfomation(&record), ec, "processor");
+    return {record.tszProcessorName, record.tszModelIdentifier, record.nProcessorSpeed,
+            record.nProcessorOnline, record.nHardwareThreads};
+}
+
+struct serial_record
+{
+    std::string platform;
+    std::string system;
+    std::string volume_uuid;
+    std::string hardware_uuid;
+};
+
+/** See Mirovan_HardWare_GetSerial(). */
+inline serial_record serials(std::error_code& ec = throws)
+{
+    tag_Mirovan_SdkSerial_Information record{};
+    detail::report(Mirovan_HardWare_GetSerial(&record), ec, "serials");
+    return {detail::field(record.tszPlatformSerial), detail::field(record.tszSystemSerial),
+            detail::field(record.tszVolumeUUID), detail::field(record.tszHardwareUUID)};
+}
+
+} // namespace hardware
+
+/** Processes and commands. A process id of 0 is the calling process, but for info(). */
+namespace process
+{
+
+/** Which lines of an output to take: so many (0: all) from this one on, counted from 1. */
+struct lines
+{
+    int count = 0;
+    int first = 1;
+};
+
+/** The output of a shell command, of any length; see Mirovan_Process_ReadCmdLines(). */
+inline std::string output(const std::string& command, lines selection = {},
+                          std::error_code& ec = throws)
+{
+    std::string text;
+    const auto append = [](const char* piece, int length, void* to)
+    {
+        static_cast<std::string*>(to)->append(piece, static_cast<std::size_t>(length));
+        return true;
+    };
+    detail::report(Mirovan_Process_ReadCmdLines(command.c_str(), selection.count, selection.first,
+                                                append, &text),
+                   ec, "output");
+    return text;
+}
+
+struct info_record
+{
+    int id = 0;
+    int threads = 0;
+    std::string name;
+    std::string user;
+    bool running = false;
+    std::uint64_t virtual_size = 0;  /**< In bytes, below 16 GiB. */
+    std::uint64_t resident_size = 0; /**< In bytes, below 16 GiB. */
+    int page_ins = 0;
+};
+
+/** See Mirovan_Process_GetProcessInfo(). */
+inline info_record info(int id, std::error_code& ec = throws)
+{
+    tag_Mirovan_Process_Infomation record{};
+    if (!detail::report(Mirovan_Process_GetProcessInfo(&record, nullptr, id), ec, "info"))
+        return {};
+    return {record.nProcessId,
+            record.nThreadCount,
+            record.tszProcessName,
+            record.tszUserName,
+            record.nState == 0,
+            std::uint64_t{record.nVirtualSize} << 2U,
+            std::uint64_t{record.nResidentSize} << 2U,
+            record.nPageIns};
+}
+
+/** In thousandths of a processor; see Mirovan_Process_GetProcessCpuUsage(). */
+inline int cpu_usage(int id = 0, std::error_code& ec = throws)
+{
+    int usage = 0;
+    detail::report(Mirovan_Process_GetProcessCpuUsage(&usage, id), ec, "cpu_usage");
+    return usage;
+}
+
+/** See Mirovan_Process_GetUpTime(). */
+inline std::chrono::local_seconds start_time(int id = 0, std::error_code& ec = throws)
+{
+    TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
+    detail::report(Mirovan_Process_GetUpTime(&time, id), ec, "start_time");
+    return detail::local(time);
+}
+
+/** See Mirovan_Process_GetPath(). */
+inline std::filesystem::path path(int id = 0, std::error_code& ec = throws)
+{
+    char buffer[MIROVAN_PATH_SIZE] = "";
+    detail::report(Mirovan_Process_GetPath(buffer, id), ec, "path");
+    return buffer;
+}
+
+/** See Mirovan_Process_IsAdmin(). */
+inline bool is_admin()
+{
+    return Mirovan_Process_IsAdmin();
+}
+
+/** See Mirovan_Process_GetPriority(). */
+inline int priority(int id = 0, std::error_code& ec = throws)
+{
+    int value = 0;
+    detail::report(Mirovan_Process_GetPriority(&value, id), ec, "priority");
+    return value;
+}
+
+/** See Mirovan_Process_SetPriority(). */
+inline void set_priority(int value, int id = 0, std::error_code& ec = throws)
+{
+    detail::report(Mirovan_Process_SetPriority(value, id), ec, "set_priority");
+}
+
+/** Interrupts a process and waits for it when it is a child; see Mirovan_Process_Stop(). */
+inline void stop(int id, std::error_code& ec = throws)
+{
+    detail::report(Mirovan_Process_Stop(nullptr, id, false), ec, "stop");
+}
+
+/** The same for the first process whose line in the process list matches a grep pattern. */
+inline void stop_matching(const std::string& pattern, std::error_code& ec = throws)
+{
+    detail::report(Mirovan_Process_Stop(pattern.c_str(), 0, false), ec, "stop_matching");
+}
+
+/** Starts a program with an empty environment; see Mirovan_Process_CreateProcess(). */
+inline int create(const std::filesystem::path& program, const std::string& arguments = {},
+                  std::error_code& ec = throws)
+{
+    unsigned long id = 0;
+    detail::report(Mirovan_Process_CreateProcess(&id, program.c_str(), arguments.c_str(), false),
+                   ec, "create");
+    return static_cast<int>(id);
+}
+
+/** Starts a program with this one's environment; see Mirovan_Process_RunProcess(). */
+inline int run(const std::filesystem::path& program, const std::string& name,
+               const char* argument = nullptr, std::error_code& ec = throws)
+{
+    unsigned long id = 0;
+    detail::report(Mirovan_Process_RunProcess(&id, program.c_str(), name.c_str(), argument, false),
+                   ec, "run");
+    return static_cast<int>(id);
+}
+
+/** See Mirovan_Process_GetProcessForCpu(). */
+inline int affinity_tag(pthread_t thread, std::error_code& ec = throws)
+{
+    unsigned long tag = 0;
+    detail::report(Mirovan_Process_GetProcessForCpu(thread, &tag), ec, "affinity_tag");
+    return static_cast<int>(tag);
+}
+
+/** See Mirovan_Process_SetProcessForCpu(). */
+inline void set_affinity_tag(pthread_t thread, int tag, std::error_code& ec = throws)
+{
+    detail::report(Mirovan_Process_SetProcessForCpu(thread, static_cast<unsigned long>(tag)), ec,
+                   "set_affinity_tag");
+}
+
+} // namespace process
+
+/** The operating system. */
+namespace system
+{
+
+struct version_record
+{
+    std::string name;
+    std::string release;
+    std::string code_name;
+    unsigned long type = 0;
+};
+
+/** See Mirovan_System_GetSystemVer(). */
+inline version_record version(std::error_code& ec = throws)
+{
+    char name[256] = "";
+    char release[256] = "";
+    char code_name[8] = "";
+    unsigned long type = 0;
+    detail::report(Mirovan_System_GetSystemVer(name, release, code_name, &type, nullptr), ec,
+                   "version");
+    return {name, release, code_name, type};
+}
+
+/** Login name of the effective user; see Mirovan_System_GetSysName(). */
+inline std::string user_name()
+{
+    char name[256] = "";
+    Mirovan_System_GetSysName(name, nullptr);
+    return name;
+}
+
+/** See Mirovan_System_GetSysName(). */
+inline std::string host_name()
+{
+    char name[1024] = "";
+    Mirovan_System_GetSysName(nullptr, name);
+    return name;
+}
+
+struct screen_size
+{
+    int width = 0;
+    int height = 0;
+};
+
+/** See Mirovan_System_GetScreen(). */
+inline screen_size screen(std::error_code& ec = throws)
+{
+    screen_size size;
+    detail::report(Mirovan_System_GetScreen(&size.width, &size.height), ec, "screen");
+    return size;
+}
+
+/** See Mirovan_System_GetLanguage(). */
+inline std::string language(std::error_code& ec = throws)
+{
+    const char* value = std::getenv("LANG");
+    std::string text(value == nullptr ? 1 : std::string_view{value}.size() + 1, '\0');
+    detail::report(Mirovan_System_GetLanguage(text.data()), ec, "language");
+    text.pop_back();
+    return text;
+}
+
+struct memory_record
+{
+    std::uint64_t total = 0; /**< In bytes. */
+    std::uint64_t free = 0;  /**< In bytes. */
+    int free_percent = 0;
+};
+
+/** See Mirovan_System_GetMemoryUsage(). */
+inline memory_record memory(std::error_code& ec = throws)
+{
+    tag_Mirovan_Memory_Infomation record{};
+    detail::report(Mirovan_System_GetMemoryUsage(&record, 1), ec, "memory");
+    return {record.nTotalMemory, record.nFreeMemory, record.nFreePercent};
+}
+
+/** In percent of one processor; see Mirovan_System_GetCpuUsage(). */
+inline int cpu_load(std::error_code& ec = throws)
+{
+    int load = 0;
+    detail::report(Mirovan_System_GetCpuUsage(&load), ec, "cpu_load");
+    return load;
+}
+
+/** See Mirovan_System_GetUpTime(). */
+inline std::chrono::local_seconds start_time(std::error_code& ec = throws)
+{
+    TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
+    detail::report(Mirovan_System_GetUpTime(&time), ec, "start_time");
+    return detail::local(time);
+}
+
+/** See Mirovan_System_GetProcessCount(). */
+inline int processor_count(std::error_code& ec = throws)
+{
+    int count = 0;
+    detail::report(Mirovan_System_GetProcessCount(&count), ec, "processor_count");
+    return count;
+}
+
+/** See Mirovan_System_GetSysIdleTime(). */
+inline unsigned long idle_percent(std::error_code& ec = throws)
+{
+    unsigned long percent = 0;
+    detail::report(Mirovan_System_GetSysIdleTime(percent), ec, "idle_percent");
+    return percent;
+}
+
+/** The actions of shutdown(). */
+enum class action : unsigned long
+{
+    halt = 0x10001,
+    display_off = 0x10002,
+    restart = 0x10003,
+    end_user_processes = 0x10004,
+    lock_screen = 0x10005
+};
+
+/** See Mirovan_System_Shutdown(). */
+inline void shutdown(action what, std::error_code& ec = throws)
+{
+    detail::report(Mirovan_System_Shutdown(static_cast<unsigned long>(what)), ec, "shutdown");
+}
+
+/** Runs a shell command and kills it at the limit; see Mirovan_System_SystemEx(). */
+inline void run(const std::string& command, std::chrono::seconds limit,
+                std::error_code& ec = throws)
+{
+    constexpr auto longest = std::chrono::seconds{std::numeric_limits<int>::max()};
+    const auto seconds = limit < longest ? limit : longest;
+    detail::report(Mirovan_System_SystemEx(command.c_str(), seconds.count() > 0
+                                                                ? static_cast<int>(seconds.count())
+                                                                : 0),
+                   ec, "run");
+}
+
+} // namespace system
+} // namespace mirovan
+
+/** The error codes convert to std::error_code. */
+template <>
+struct std::is_error_code_enum<Mirovan_ErrorCode> : std::true_type
+{
+};
+
+/** An error code of the library as a std::error_code. */
+inline std::error_code make_error_code(Mirovan_ErrorCode code) noexcept
+{
+    return {static_cast<int>(code), mirovan::error_category()};
+}
+
+#endif

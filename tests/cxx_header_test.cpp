@@ -1,0 +1,111 @@
+#include "mirovan.hpp"
+
+#include "tests/support/support.h"
+
+#include <pthread.h>
+#include <ranges>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace mirovan;
+
+static_assert(std::ranges::random_access_range<file::path_list>);
+
+TEST(CxxHeader, FailuresAreThrownOrReported)
+{
+    std::error_code code;
+    EXPECT_EQ(file::attributes("/nonexistent-mirovan", code).size, 0U);
+    EXPECT_EQ(code, ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
+    EXPECT_EQ(code.category().name(), std::string{"mirovan"});
+    EXPECT_EQ(code.message(), Mirovan_GetErrorText(ERROR_MIROVAN_FILE_ATTR_NOTFOUND));
+    file::attributes("/", code);
+    EXPECT_FALSE(code);
+    try
+    {
+        file::attributes(L"/nonexistent-mirovan");
+        FAIL() << "nothing was thrown";
+    }
+    catch (const error& thrown)
+    {
+        EXPECT_EQ(thrown.code(), ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
+        EXPECT_EQ(thrown.system(), std::errc::no_such_file_or_directory);
+    }
+    EXPECT_FALSE(throws);
+}
+
+TEST(CxxHeader, Files)
+{
+    const test::Scratch scratch;
+    const std::string content{"a\0b", 3};
+    const std::u32string name = U"/d\u00E9/\U0001F389";
+    const std::wstring wide =
+        test::widened(scratch.path()) + std::wstring{name.begin(), name.end()};
+    file::save(wide, content);
+    file::copy(wide, wide + L"2");
+    EXPECT_THROW(file::copy(wide, wide + L"2", file::existing::refuse), error);
+    EXPECT_EQ(file::attributes(std::u32string{wide.begin(), wide.end()}).size, 3U);
+    EXPECT_THROW(file::save(wide, {content.data(), std::size_t{1} << 32U}), error);
+    file::create_folders(scratch / "x/y");
+    file::create_zero_filled(scratch / "x/zero.bin", 5000);
+    EXPECT_EQ(file::attributes(scratch / "x/zero.bin").size, 5000U);
+
+    std::set<std::string> found;
+    for (const std::filesystem::path& path :
+         file::list(scratch.path(), file::kind::all, file::depth::whole_tree))
+        found.insert(path.lexically_relative(scratch.path()));
+    EXPECT_EQ(found, (std::set<std::string>{"d\u00E9", "d\u00E9/\U0001F389",
+                                            "d\u00E9/\U0001F389"
+                                            "2",
+                                            "x", "x/y", "x/zero.bin"}));
+    const auto zeros = file::list(scratch / "x/*.bin");
+    ASSERT_EQ(zeros.size(), 1U);
+    EXPECT_EQ(zeros[0], scratch / "x/zero.bin");
+
+    file::empty_folder(scratch / "x");
+    EXPECT_TRUE(file::list(scratch / "x", file::kind::all).empty());
+    EXPECT_THROW(file::list(scratch / "y"), error);
+    file::delete_folder(scratch / "x");
+    EXPECT_FALSE(std::filesystem::exists(scratch / "x"));
+}
+
+TEST(CxxHeader, Processes)
+{
+    EXPECT_EQ(process::output("seq 1 40000").size(), test::shell_output("seq 1 40000").size());
+    EXPECT_EQ(process::output("seq 1 9", {2, 3}), "3\n4\n");
+    EXPECT_EQ(process::info(getpid()).id, getpid());
+    EXPECT_EQ(process::path(), std::filesystem::read_symlink("/proc/self/exe"));
+    EXPECT_EQ(process::is_admin(), geteuid() == 0);
+    EXPECT_EQ(process::priority(), getpriority(PRIO_PROCESS, 0));
+    process::set_affinity_tag(pthread_self(), -3);
+    EXPECT_EQ(process::affinity_tag(pthread_self()), -3);
+    const int child = process::create("/bin/sleep", "100");
+    EXPECT_EQ(process::info(child).name, "sleep");
+    process::stop(child);
+    EXPECT_THROW(process::stop(child), error);
+    process::stop(process::run("/bin/sleep", "sleep", "100"));
+    EXPECT_THROW(process::create("/nonexistent-mirovan"), error);
+}
+
+TEST(CxxHeader, SystemAndHardware)
+{
+    const test::Environment set{"LANG", "xx_YY"};
+    EXPECT_EQ(system::version().release + "\n", test::shell_output("uname -r"));
+    EXPECT_EQ(system::user_name() + "\n", test::shell_output("id -un"));
+    EXPECT_EQ(system::host_name() + "\n", test::shell_output("uname -n"));
+    EXPECT_EQ(system::language(), "xx_YY");
+    EXPECT_GT(system::memory().total, system::memory().free);
+    EXPECT_LE(system::idle_percent(), 100U);
+    EXPECT_GT(system::processor_count(), 0);
+    EXPECT_LT(system::start_time(), process::start_time());
+    system::run("sleep 60", std::chrono::seconds{0});
+    EXPECT_GT(hardware::volume("/").size, hardware::volume("/").available);
+    EXPECT_EQ(hardware::processor().online, system::processor_count());
+    EXPECT_EQ(hardware::serials().volume_uuid.find('\n'), std::string::npos);
+    EXPECT_EQ(hardware::volume_names().size(),
+              static_cast<std::size_t>(std::ranges::distance(hardware::volume_names())));
+}
+
+} // namespace
