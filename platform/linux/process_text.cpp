@@ -73,10 +73,12 @@ std::optional<ProcessStat> parse_process_stat(std::string_view text)
         fields[number] = next_word(rest);
 
     ProcessStat stat{text.substr(name_begin + 1, name_end - name_begin - 1), 0, 0, 0};
+    std::uint64_t threads = 0;
     std::uint64_t user_ticks = 0;
     std::uint64_t system_ticks = 0;
     if (!read_number(fields[12], stat.major_faults) || !read_number(fields[14], user_ticks) ||
-        !read_number(fields[15], system_ticks) || !read_number(fields[22], stat.start_ticks))
+        !read_number(fields[15], system_ticks) || !read_number(fields[20], threads) ||
+        !read_number(fields[22], stat.start_ticks) || threads == 0)
         return std::nullopt;
     stat.used_ticks = user_ticks + system_ticks;
     return stat;
@@ -91,7 +93,7 @@ std::optional<ProcessStatus> parse_process_status(std::string_view text)
     next_word(users);
     if (state.empty() || !read_number(next_word(users), status.effective_user) ||
         !read_line(text, "\nTgid:\t", status.thread_group) ||
-        !read_line(text, "\nThreads:\t", status.threads))
+        !read_line(text, "\nThreads:\t", status.threads) || status.threads == 0)
         return std::nullopt;
     status.state = state.front();
     status.virtual_size = read_size(text, "\nVmSize:\t");

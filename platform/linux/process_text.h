@@ -26,7 +26,8 @@ struct ProcessStatus
     std::uint64_t resident_size;
 };
 
-/// Empty when the text is not whole.
+/// Empty when the text is not whole. Of a process that is just being removed the kernel writes a
+/// text without threads, in which other figures are missing too: that is not whole either.
 std::optional<ProcessStat> parse_process_stat(std::string_view text);
 std::optional<ProcessStatus> parse_process_status(std::string_view text);
 
