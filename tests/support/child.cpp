@@ -52,6 +52,13 @@ void show(int count, char** arguments)
 
 int main(int count, char** arguments)
 {
+    if (count > 1 && std::strcmp(arguments[1], "show") == 0)
+    {
+        show(count, arguments);
+        return 0;
+    }
+    // Who starts the tests in the background may have it ignored.
+    std::signal(SIGINT, SIG_DFL);
     bool busy = false;
     std::unique_ptr<char[]> touched;
     for (int i = 1; i < count; ++i)
@@ -70,10 +77,6 @@ int main(int count, char** arguments)
             prctl(PR_SET_NAME, arguments[i] + 5);
         else if (option == "deaf")
             std::signal(SIGINT, SIG_IGN);
-        else if (option == "show")
-            show(count, arguments);
-        if (option == "show")
-            return 0;
         busy |= option == "busy";
     }
     std::puts("ready");

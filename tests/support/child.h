@@ -9,7 +9,8 @@ namespace test
 /// The path of the program of support/child.cpp.
 std::string child_program();
 
-/// Runs it with options until the end of the scope, when it is killed and reaped. It has done
+/// Runs it with options until the end of the scope, when it is killed and reaped, unless
+/// someone has done so. It has done
 /// what the options say, and sleeps unless it is busy, when the constructor returns.
 class Child
 {
@@ -21,6 +22,9 @@ public:
     Child& operator=(const Child&) = delete;
 
     int pid() const { return pid_; }
+
+    /// Whether it has not ended yet.
+    bool runs() const;
 
     /// Sends a signal and waits until the child has stopped or ended by it; it is not reaped.
     void signal(int number) const;

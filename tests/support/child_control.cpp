@@ -50,8 +50,17 @@ Child::Child(const std::vector<std::string>& options, const std::string& program
 
 Child::~Child()
 {
+    if (waitpid(pid_, nullptr, WNOHANG) != 0)
+        return;
     kill(pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
+}
+
+bool Child::runs() const
+{
+    siginfo_t ended{};
+    return waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0;
 }
 
 void Child::signal(int number) const
