@@ -1,13 +1,49 @@
-#include "source/error.h"
+#include "source/operation.h"
+#include "source/process/process_id.h"
 
-bool CMirovan_Process::Mirovan_Process_GetPriority(int* /*pnPriority*/, int /*nPid*/)
+#include <sys/resource.h>
+
+namespace mirovan
 {
-    mirovan::clear_error();
-    return mirovan::fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, ENOSYS);
+namespace
+{
+
+constexpr int first_priority = -20;
+constexpr int last_priority = 20;
+
+bool get_priority(int* priority, int id)
+{
+    if (priority == nullptr)
+        return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+    // -1 is a priority like others: only errno tells it from a failure.
+    errno = 0;
+    const int value = getpriority(PRIO_PROCESS, static_cast<id_t>(named_process(id)));
+    if (value == -1 && errno != 0)
+        return fail(ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED);
+    *priority = value;
+    return true;
 }
 
-bool CMirovan_Process::Mirovan_Process_SetPriority(int /*nPriority*/, int /*nPid*/)
+bool set_priority(int priority, int id)
 {
-    mirovan::clear_error();
-    return mirovan::fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, ENOSYS);
+    if (priority < first_priority || priority > last_priority)
+        return fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE, EINVAL);
+    if (setpriority(PRIO_PROCESS, static_cast<id_t>(named_process(id)), priority) == -1)
+        return fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED);
+    return true;
+}
+
+} // namespace
+} // namespace mirovan
+
+bool CMirovan_Process::Mirovan_Process_GetPriority(int* pnPriority, int nPid)
+{
+    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED,
+                                  [&] { return mirovan::get_priority(pnPriority, nPid); });
+}
+
+bool CMirovan_Process::Mirovan_Process_SetPriority(int nPriority, int nPid)
+{
+    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED,
+                                  [&] { return mirovan::set_priority(nPriority, nPid); });
 }

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <sys/types.h>
+
+constexpr std::size_t MAXCOMLEN = 16;
+
+constexpr int PROC_PIDTASKALLINFO = 2;
+constexpr int PROC_PIDTHREADINFO = 5;
+
+// The members that Linux can fill and the services read, in their documented order.
+
+struct proc_bsdinfo
+{
+    uint32_t pbi_status;
+    uid_t pbi_uid;
+    char pbi_comm[MAXCOMLEN];
+    uint64_t pbi_start_tvsec;
+};
+
+struct proc_taskinfo
+{
+    uint64_t pti_virtual_size;
+    uint64_t pti_resident_size;
+    int32_t pti_pageins;
+    int32_t pti_threadnum;
+};
+
+struct proc_taskallinfo
+{
+    proc_bsdinfo pbsd;
+    proc_taskinfo ptinfo;
+};
+
+struct proc_threadinfo
+{
+    int32_t pth_cpu_usage;
+};

@@ -1,0 +1,389 @@
+#include "tests/support/child.h"
+#include "tests/support/support.h"
+
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <semaphore>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+using test::Child;
+
+constexpr int no_such_process = INT_MAX;
+
+/// What ps says of a process, by the names of its columns.
+std::string ps(const std::string& column, int pid)
+{
+    std::string text =
+        test::shell_output("LC_ALL=C ps -ww -o " + column + "= -p " + std::to_string(pid));
+    text.erase(text.find_last_not_of(" \n") + 1);
+    return text.erase(0, text.find_first_not_of(' '));
+}
+
+tag_Mirovan_Process_Infomation info(int pid)
+{
+    tag_Mirovan_Process_Infomation record{};
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&record, nullptr, pid));
+    EXPECT_EQ(record.nProcessId, pid);
+    return record;
+}
+
+TEST(ProcessInfo, AgreesWithPs)
+{
+    const Child child{{"threads=7", "touch=64"}};
+    const auto record = info(child.pid());
+    EXPECT_EQ(record.nThreadCount, 7);
+    EXPECT_STREQ(record.tszProcessName, "test_child");
+    EXPECT_EQ(record.tszUserName, ps("user:40", child.pid()));
+    EXPECT_EQ(record.nState, 3);
+    EXPECT_EQ(record.nVirtualSize, std::stoull(ps("vsz", child.pid())) * 1024 / 4 % (1ULL << 32U));
+    EXPECT_NEAR(record.nResidentSize, std::stod(ps("rss", child.pid())) * 1024 / 4, 1 << 18);
+    EXPECT_GE(record.nResidentSize, (64U << 20U) / 4);
+    EXPECT_EQ(record.nPageIns, std::stoi(ps("maj_flt", child.pid())) / 4);
+}
+
+TEST(ProcessInfo, OfEveryProcess)
+{
+    for (const auto& entry : std::filesystem::directory_iterator{"/proc"})
+    {
+        const int pid = std::atoi(entry.path().filename().c_str());
+        tag_Mirovan_Process_Infomation record{};
+        if (pid == 0)
+            continue;
+        if (Mirovan_Process_GetProcessInfo(&record, nullptr, pid))
+            EXPECT_GE(record.nThreadCount, 1);
+        else
+            EXPECT_EQ(errno, ESRCH) << pid << " is gone, or there was another reason";
+    }
+}
+
+TEST(ProcessInfo, NamesMayHoldAnything)
+{
+    for (const char* name : {"a b", "a) S 1 (b", ")", "((", "a\nState:\tR\nb", "", " ", "back\\n",
+                             "n\xC3\xA4me", "fifteen letters"})
+    {
+        const Child child{{std::string{"name="} + name}};
+        const auto record = info(child.pid());
+        EXPECT_STREQ(record.tszProcessName, name);
+        EXPECT_EQ(record.nState, 3) << name;
+    }
+}
+
+TEST(ProcessInfo, ACallersNameIsCutAtACharacter)
+{
+    tag_Mirovan_Process_Infomation record{};
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&record, "mine", getpid()));
+    EXPECT_STREQ(record.tszProcessName, "mine");
+    const std::string fits(1022, 'x');
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&record, (fits + "\xC3\xA4").c_str(), getpid()));
+    EXPECT_EQ(record.tszProcessName, fits);
+}
+
+TEST(ProcessInfo, States)
+{
+    const Child busy{{"busy"}};
+    EXPECT_EQ(info(busy.pid()).nState, 0);
+    const Child child{{"threads=2", "touch=1"}};
+    child.signal(SIGSTOP);
+    EXPECT_EQ(info(child.pid()).nState, 3);
+    EXPECT_EQ(ps("state", child.pid()), "T");
+    child.signal(SIGKILL);
+    const auto zombie = info(child.pid());
+    EXPECT_EQ(zombie.nState, 3);
+    EXPECT_EQ(zombie.nVirtualSize + zombie.nResidentSize, 0U);
+    EXPECT_EQ(zombie.tszUserName, ps("user:40", child.pid()));
+}
+
+TEST(ProcessInfo, FailuresWriteTheIdOnly)
+{
+    tag_Mirovan_Process_Infomation untouched;
+    std::memset(&untouched, 0x5A, sizeof untouched);
+    std::binary_semaphore ended{0};
+    std::atomic<int> thread_id = 0;
+    std::thread thread{[&]
+                       {
+                           thread_id = gettid();
+                           thread_id.notify_one();
+                           ended.acquire();
+                       }};
+    thread_id.wait(0);
+    for (const int pid : {no_such_process, 0, -1, INT_MIN, thread_id.load()})
+    {
+        auto record = untouched;
+        EXPECT_FAILS(Mirovan_Process_GetProcessInfo(&record, "name", pid),
+                     ERROR_MIROVAN_PROCESS_INFO_FAILED, ESRCH);
+        EXPECT_EQ(record.nProcessId, pid);
+        record.nProcessId = untouched.nProcessId;
+        EXPECT_EQ(std::memcmp(&record, &untouched, sizeof record), 0) << pid;
+    }
+    ended.release();
+    thread.join();
+    EXPECT_FAILS(Mirovan_Process_GetProcessInfo(nullptr, "name", getpid()),
+                 ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+}
+
+TEST(ProcessInfo, OfAUserWithoutAccount)
+{
+    test::in_child(
+        []
+        {
+            const bool can_be_nobody_known = geteuid() == 0;
+            tag_Mirovan_Process_Infomation record{};
+            if (can_be_nobody_known)
+            {
+                ASSERT_EQ(seteuid(4'000'000'001U), 0);
+                EXPECT_FAILS(Mirovan_Process_GetProcessInfo(&record, nullptr, getpid()),
+                             ERROR_MIROVAN_PROCESS_INFO_FAILED, ENOENT);
+                EXPECT_STREQ(record.tszUserName, "");
+            }
+            else
+                EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&record, nullptr, getpid()));
+            EXPECT_EQ(record.nThreadCount, 1);
+        });
+}
+
+TEST(ProcessInfo, IsWholeOrNothingWhileAProcessEnds)
+{
+    const auto before = test::Held::now();
+    char program[] = "/bin/true";
+    char* arguments[] = {program, nullptr};
+    for (int round = 0; round < 100; ++round)
+    {
+        int pid = 0;
+        ASSERT_EQ(posix_spawn(&pid, program, nullptr, nullptr, arguments, nullptr), 0);
+        std::thread reaper{[pid] { waitpid(pid, nullptr, 0); }};
+        tag_Mirovan_Process_Infomation record{};
+        while (Mirovan_Process_GetProcessInfo(&record, nullptr, pid))
+        {
+            EXPECT_EQ(record.nThreadCount, 1);
+            EXPECT_STRNE(record.tszUserName, "");
+            EXPECT_EQ(record.nVirtualSize == 0, record.nResidentSize == 0);
+        }
+        EXPECT_EQ(errno, ESRCH);
+        reaper.join();
+    }
+    EXPECT_EQ(before, test::Held::now());
+}
+
+TEST(ProcessStart, AgreesWithPsInEveryTimeZone)
+{
+    for (const char* zone : {"UTC", "Asia/Kathmandu", "America/St_Johns", "XXX-23:59:59"})
+    {
+        const test::Environment environment{"TZ", zone};
+        for (const int pid : {getpid(), 1, 0})
+        {
+            TARVELO_LIBTIME start{};
+            EXPECT_SUCCEEDS(Mirovan_Process_GetUpTime(&start, pid));
+            std::tm expected{};
+            const auto text = ps("lstart", pid == 0 ? getpid() : pid);
+            ASSERT_NE(strptime(text.c_str(), "%a %b %d %H:%M:%S %Y", &expected), nullptr) << text;
+            EXPECT_EQ(start.nYear, expected.tm_year + 1900) << text;
+            EXPECT_EQ(start.nMonth, expected.tm_mon + 1) << text;
+            EXPECT_EQ(start.nDay, expected.tm_mday) << text;
+            EXPECT_EQ(start.nHour, expected.tm_hour) << text;
+            EXPECT_EQ(start.nMinute, expected.tm_min) << text;
+            EXPECT_EQ(start.nSecond, expected.tm_sec) << text;
+        }
+    }
+    TARVELO_LIBTIME start{};
+    EXPECT_FAILS(Mirovan_Process_GetUpTime(nullptr, 0), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+    EXPECT_FAILS(Mirovan_Process_GetUpTime(&start, no_such_process), ERROR_MIROVAN_PROCESS_ACCESS,
+                 ESRCH);
+}
+
+TEST(ProcessUsage, AgreesWithPs)
+{
+    const Child busy{{"busy"}};
+    const Child idle{{}};
+    std::this_thread::sleep_for(std::chrono::milliseconds{500});
+    int usage = -1;
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessCpuUsage(&usage, busy.pid()));
+    EXPECT_NEAR(usage, std::stoi(ps("cp", busy.pid())), 250);
+    EXPECT_GT(usage, 50);
+    int idle_usage = -1;
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessCpuUsage(&idle_usage, idle.pid()));
+    EXPECT_LT(idle_usage, usage);
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessCpuUsage(&usage, 0));
+    EXPECT_FAILS(Mirovan_Process_GetProcessCpuUsage(&usage, no_such_process),
+                 ERROR_MIROVAN_PROCESS_ACCESS, ESRCH);
+    EXPECT_FAILS(Mirovan_Process_GetProcessCpuUsage(nullptr, 0), ERROR_MIROVAN_PROCESS_PARAMETER,
+                 EINVAL);
+}
+
+TEST(ProcessPath, IsThatOfTheProgram)
+{
+    const test::Scratch scratch;
+    char path[MIROVAN_PATH_SIZE] = "";
+    EXPECT_SUCCEEDS(Mirovan_Process_GetPath(path, 0));
+    EXPECT_EQ(path, std::filesystem::read_symlink("/proc/self/exe").string());
+
+    // Also of a program that was deleted, or whose name looks as if it were.
+    for (const char* name : {"gone", "kept (deleted)"})
+    {
+        std::filesystem::copy_file(test::child_program(), scratch / name);
+        const Child child{{}, scratch / name};
+        if (std::strcmp(name, "gone") == 0)
+            std::filesystem::remove(scratch / name);
+        EXPECT_SUCCEEDS(Mirovan_Process_GetPath(path, child.pid()));
+        EXPECT_EQ(path, scratch / name);
+    }
+}
+
+TEST(ProcessPath, IsRefusedWhenItCannotBeToldWhole)
+{
+    const test::Scratch scratch;
+    const std::string room(MIROVAN_PATH_SIZE - 1, '#');
+    char path[MIROVAN_PATH_SIZE];
+    std::strcpy(path, room.c_str());
+    std::string deep = scratch.path();
+    while (deep.size() < 1024)
+        std::filesystem::create_directory(deep += "/" + std::string(100, 'd'));
+    std::filesystem::copy_file(test::child_program(), deep + "/test_child");
+    const Child child{{}, deep + "/test_child"};
+    EXPECT_FAILS(Mirovan_Process_GetPath(path, child.pid()), ERROR_MIROVAN_PROCESS_GET_FAILED,
+                 ENAMETOOLONG);
+    EXPECT_FAILS(Mirovan_Process_GetPath(path, no_such_process), ERROR_MIROVAN_PROCESS_GET_FAILED,
+                 ENOENT);
+    test::as_ordinary_user(
+        [&] {
+            EXPECT_FAILS(Mirovan_Process_GetPath(path, 1), ERROR_MIROVAN_PROCESS_GET_FAILED,
+                         EACCES);
+        });
+    EXPECT_EQ(path, room);
+    EXPECT_FAILS(Mirovan_Process_GetPath(nullptr, 0), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+}
+
+TEST(ProcessAdmin, AnswersAndClearsTheFlag)
+{
+    EXPECT_FALSE(Mirovan_Process_GetPath(nullptr, 0));
+    EXPECT_EQ(Mirovan_Process_IsAdmin(), geteuid() == 0);
+    EXPECT_FALSE(Mirovan_IsErrorOccur);
+    test::as_ordinary_user([] { EXPECT_FALSE(Mirovan_Process_IsAdmin()); });
+}
+
+TEST(ProcessPriority, IsSetForTheWholeProcess)
+{
+    const Child child{{"threads=3"}};
+    for (const int pid : {0, child.pid()})
+        test::in_child(
+            [pid]
+            {
+                int priority = 99;
+                EXPECT_SUCCEEDS(Mirovan_Process_SetPriority(5, pid));
+                EXPECT_SUCCEEDS(Mirovan_Process_GetPriority(&priority, pid));
+                EXPECT_EQ(priority, 5);
+                EXPECT_SUCCEEDS(Mirovan_Process_SetPriority(20, pid));
+                EXPECT_SUCCEEDS(Mirovan_Process_GetPriority(&priority, pid));
+                EXPECT_EQ(priority, getpriority(PRIO_PROCESS, static_cast<id_t>(pid)));
+                for (const int refused : {-21, 21, INT_MIN, INT_MAX})
+                    EXPECT_FAILS(Mirovan_Process_SetPriority(refused, pid),
+                                 ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE, EINVAL);
+                if (geteuid() != 0)
+                    return;
+                EXPECT_SUCCEEDS(Mirovan_Process_SetPriority(-1, pid));
+                EXPECT_SUCCEEDS(Mirovan_Process_GetPriority(&priority, pid));
+                EXPECT_EQ(priority, -1);
+            });
+    const int reached = getpriority(PRIO_PROCESS, static_cast<id_t>(child.pid()));
+    for (const auto& task :
+         std::filesystem::directory_iterator{"/proc/" + std::to_string(child.pid()) + "/task"})
+        EXPECT_EQ(getpriority(PRIO_PROCESS,
+                              static_cast<id_t>(std::stoi(task.path().filename().string()))),
+                  reached);
+}
+
+TEST(ProcessPriority, Failures)
+{
+    int priority = 99;
+    EXPECT_FAILS(Mirovan_Process_GetPriority(&priority, no_such_process),
+                 ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED, ESRCH);
+    EXPECT_EQ(priority, 99);
+    EXPECT_FAILS(Mirovan_Process_GetPriority(nullptr, 0), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+    EXPECT_FAILS(Mirovan_Process_SetPriority(0, no_such_process),
+                 ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, ESRCH);
+    test::as_ordinary_user(
+        []
+        {
+            EXPECT_FAILS(Mirovan_Process_SetPriority(-20, 0),
+                         ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, EACCES);
+            EXPECT_FAILS(Mirovan_Process_SetPriority(1, 1),
+                         ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, EPERM);
+        });
+}
+
+unsigned long tag_of(pthread_t thread)
+{
+    unsigned long tag = 12345;
+    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessForCpu(thread, &tag));
+    return tag;
+}
+
+TEST(ProcessAffinity, BelongsToAThreadAndIsReadFromAny)
+{
+    for (const unsigned long tag : {7UL, 0xFFFF'FFFF'8000'0000UL, ~0UL, 0UL})
+    {
+        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
+        EXPECT_EQ(tag_of(pthread_self()), tag);
+    }
+    EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), 0x1234'0000'0009));
+    const pthread_t first = pthread_self();
+    for (int round = 0; round < 20; ++round)
+        std::thread{[&]
+                    {
+                        EXPECT_EQ(tag_of(pthread_self()), 0U);
+                        EXPECT_EQ(tag_of(first), 9U);
+                        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), 5));
+                        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, 9));
+                    }}
+            .join();
+    std::vector<std::thread> rivals;
+    for (unsigned long tag = 1; tag <= 8; ++tag)
+        rivals.emplace_back(
+            [=]
+            {
+                EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
+                EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, tag));
+                EXPECT_EQ(tag_of(pthread_self()), tag);
+            });
+    for (auto& rival : rivals)
+        rival.join();
+    EXPECT_LE(tag_of(first), 8U);
+    EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, 0));
+}
+
+TEST(ProcessAffinity, OfNoThreadIsRefused)
+{
+    pthread_t ended{};
+    ASSERT_EQ(pthread_create(
+                  &ended, nullptr, [](void*) -> void* { return nullptr; }, nullptr),
+              0);
+    unsigned long tag = 77;
+    while (Mirovan_Process_GetProcessForCpu(ended, &tag))
+        std::this_thread::yield();
+    tag = 77;
+    long memory[512] = {};
+    for (const pthread_t handle :
+         {ended, pthread_t{0}, pthread_t{4096}, reinterpret_cast<pthread_t>(memory)})
+    {
+        EXPECT_FAILS(Mirovan_Process_GetProcessForCpu(handle, &tag),
+                     ERROR_MIROVAN_PROCESS_GET_FAILED, EINVAL);
+        EXPECT_FAILS(Mirovan_Process_SetProcessForCpu(handle, 1),
+                     ERROR_MIROVAN_PROCESS_SETCPU_FAILED, EINVAL);
+    }
+    EXPECT_EQ(tag, 77U);
+    pthread_join(ended, nullptr);
+    EXPECT_FAILS(Mirovan_Process_GetProcessForCpu(pthread_self(), nullptr),
+                 ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+}
+
+} // namespace
