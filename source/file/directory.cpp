@@ -122,7 +122,7 @@ bool Directory::read_ahead()
     while (next_in_stream(entry))
     {
         ahead_.push_back(static_cast<char>(entry.kind));
-        ahead_.append(entry.name, std::strlen(entry.name) + 1);
+        ahead_.insert(ahead_.end(), entry.name, entry.name + std::strlen(entry.name) + 1);
     }
     read_ahead_ = true;
     return errno == 0;

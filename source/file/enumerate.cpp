@@ -6,9 +6,12 @@
 #include <cstring>
 #include <cwchar>
 #include <filesystem>
+#include <list>
+#include <string>
 #include <strings.h>
 #include <sys/stat.h>
 #include <type_traits>
+#include <vector>
 
 namespace mirovan
 {
