@@ -100,26 +100,14 @@ TEST_P(FileDeletion, GoesOnPastWhatCannotBeRemoved)
         });
 }
 
-TEST_P(FileDeletion, OfTenThousandLevels)
-{
-    const std::string tree = scratch_.folder("tree");
-    test::make_deep(tree, "d", 10'000);
-    test::in_child([&] { test::in_a_narrow_place([&] { EXPECT_SUCCEEDS(remove(tree, true)); }); });
-    EXPECT_FALSE(fs::exists(tree));
-}
-
 TEST_P(FileDeletion, TogetherWithAnother)
 {
-    for (int round = 0; round < 5; ++round)
-    {
-        for (int folder = 0; folder < 30; ++folder)
-            for (int file = 0; file < 20; ++file)
-                scratch_.file("tree/" + std::to_string(folder) + "/" + std::to_string(file));
-        std::thread other{[&] { test::shell_output("rm -rf '" + (scratch_ / "tree") + "'"); }};
-        EXPECT_SUCCEEDS(remove(scratch_ / "tree", true));
-        other.join();
-        EXPECT_FALSE(fs::exists(scratch_ / "tree"));
-    }
+    for (int file = 0; file < 1000; ++file)
+        scratch_.file("tree/" + std::to_string(file % 50) + "/" + std::to_string(file));
+    std::thread other{[&] { test::shell_output("rm -rf '" + (scratch_ / "tree") + "'"); }};
+    EXPECT_SUCCEEDS(remove(scratch_ / "tree", true));
+    other.join();
+    EXPECT_FALSE(fs::exists(scratch_ / "tree"));
 }
 
 TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
@@ -136,17 +124,16 @@ TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
                                  unlink(victim.c_str());
                              }
                          }};
-    for (int round = 0; round < 300; ++round)
+    for (int round = 0; round < 300 && !HasFailure(); ++round)
     {
-        for (const char* name : {"outside/kept", "tree/a/b/kept", "tree/a/kept"})
+        for (const char* folder : {"outside", "tree/a/b", "tree/a"})
         {
             std::error_code meanwhile;
-            fs::create_directories((scratch_ / name).substr(0, (scratch_ / name).rfind('/')),
-                                   meanwhile);
-            std::ofstream{scratch_ / name};
+            fs::create_directories(scratch_ / folder, meanwhile);
+            std::ofstream{(scratch_ / folder) + "/kept"};
         }
         remove(scratch_ / "tree", round % 2 == 0);
-        ASSERT_TRUE(fs::exists(scratch_ / "outside/kept")) << round;
+        EXPECT_TRUE(fs::exists(scratch_ / "outside/kept")) << round;
     }
     over = true;
     attacker.join();
@@ -154,6 +141,21 @@ TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
 
 INSTANTIATE_TEST_SUITE_P(Forms, FileDeletion, testing::Bool(),
                          [](const auto& form) { return form.param ? "Wide" : "Narrow"; });
+
+TEST(FileDeletionInANarrowPlace, OfTenThousandLevels)
+{
+    const test::Scratch scratch;
+    test::make_deep(scratch.path(), "d", 10'000);
+    test::in_child(
+        [&]
+        {
+            test::in_a_narrow_place(
+                [&] {
+                    EXPECT_SUCCEEDS(Mirovan_File_DeleteMutilFolderA(scratch.path().c_str(), false));
+                });
+        });
+    EXPECT_TRUE(fs::is_empty(scratch.path()));
+}
 
 TEST(FileDeletionArguments, AreRefused)
 {

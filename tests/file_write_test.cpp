@@ -152,7 +152,7 @@ TEST_P(FileWriting, ZeroFilledFilesHaveEveryByte)
         EXPECT_EQ(lseek(file, 0, SEEK_HOLE), size) << "only the end is a hole";
         close(file);
     }
-    for (const long long size : {0LL, -1LL, -(1LL << 62)})
+    for (const long long size : {0LL, -1LL})
         EXPECT_FAILS(zero_fill(scratch_ / "none", size), ERROR_MIROVAN_FILE_SPARSE_PARAMETER,
                      EINVAL);
     EXPECT_FAILS(zero_fill(scratch_ / "none/x", 1), ERROR_MIROVAN_FILE_SPARSE_OPEN, ENOENT);
