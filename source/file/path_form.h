@@ -4,6 +4,9 @@
 #include "base/string.h"
 #include "mirovan.h"
 
+#include <cerrno>
+#include <cstring>
+
 namespace mirovan
 {
 
@@ -19,6 +22,18 @@ struct NarrowForm
     /// The path as the system takes it; null, with errno set, when it cannot be converted.
     static const char* native(const char* path, PathBuffer& /*buffer*/) { return path; }
 
+    /// The same as a copy, so that it fits a buffer in every form; the buffer is an empty text when
+    /// it does not.
+    static bool convert(const char* path, PathBuffer& buffer)
+    {
+        const std::size_t length = std::strlen(path);
+        const bool fits = length < sizeof buffer;
+        std::memcpy(buffer, fits ? path : "", fits ? length + 1 : 1);
+        if (!fits)
+            errno = ENAMETOOLONG;
+        return fits;
+    }
+
     static bool split(const char* path, std::span<char> folder, std::span<char> file,
                       std::span<char> extension)
     {
@@ -32,7 +47,12 @@ struct WideForm
 
     static const char* native(const wchar_t* path, PathBuffer& buffer)
     {
-        return Fundix_Charset_UnicodeToUTF(path, buffer, nullptr) ? buffer : nullptr;
+        return convert(path, buffer) ? buffer : nullptr;
+    }
+
+    static bool convert(const wchar_t* path, PathBuffer& buffer)
+    {
+        return Fundix_Charset_UnicodeToUTF(path, buffer, nullptr);
     }
 
     static bool split(const wchar_t* path, std::span<wchar_t> folder, std::span<wchar_t> file,
