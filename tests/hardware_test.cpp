@@ -1,12 +1,11 @@
 #include "tests/support/support.h"
 
 #include <cstring>
-#include <fcntl.h>
+#include <fstream>
 #include <sched.h>
 #include <sstream>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/statvfs.h>
 #include <thread>
 #include <unistd.h>
 
@@ -93,8 +92,17 @@ void in_own_mounts(const std::function<void()>& body)
     test::in_child(
         [&]
         {
-            const int wanted = geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-            ASSERT_EQ(unshare(wanted), 0) << std::strerror(errno);
+            const std::string user = "0 " + std::to_string(geteuid()) + " 1";
+            const std::string group = "0 " + std::to_string(getegid()) + " 1";
+            const bool superuser = geteuid() == 0;
+            ASSERT_EQ(unshare(superuser ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER), 0)
+                << std::strerror(errno);
+            if (!superuser)
+            {
+                std::ofstream{"/proc/self/setgroups"} << "deny";
+                std::ofstream{"/proc/self/uid_map"} << user;
+                std::ofstream{"/proc/self/gid_map"} << group;
+            }
             ASSERT_EQ(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
             body();
         });
