@@ -3,115 +3,20 @@
 #include "base/string.h"
 #include "platform/command_line.h"
 #include "source/operation.h"
+#include "source/process/piece_reader.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <unistd.h>
 
 namespace mirovan
 {
 namespace
 {
 
-struct CloseCommand
-{
-    void operator()(std::FILE* stream) const
-    {
-        const int kept = errno;
-        pclose(stream);
-        errno = kept;
-    }
-};
-using CommandStream = std::unique_ptr<std::FILE, CloseCommand>;
-
-/// Cuts a command's output into pieces: each ends after a newline, at 2,047 bytes or at the end.
-///
-/// It reads the descriptor as far as data is there and no further: a reader that waits for a full
-/// block would wait for background children of the shell, which hold the pipe open.
-class PieceReader
-{
-public:
-    explicit PieceReader(int descriptor)
-        : descriptor_{descriptor}, block_{std::make_unique<char[]>(block_size + 1)}
-    {
-    }
-
-    ~PieceReader() = default;
-    PieceReader(const PieceReader&) = delete;
-    PieceReader& operator=(const PieceReader&) = delete;
-
-    /// The next piece, which a NUL follows until the next call; empty at the end of the output. A
-    /// piece goes as far as its first NUL, as a C string does.
-    ///
-    /// Sets `ended` when there was none.
-    std::string_view next(bool& ended)
-    {
-        restore_byte_behind_piece();
-        ended = false;
-        for (;;)
-        {
-            const std::size_t reach = std::min(piece_limit, end_ - begin_);
-            const char* start = block_.get() + begin_;
-            const auto* newline = static_cast<const char*>(std::memchr(start, '\n', reach));
-            if (newline != nullptr)
-                return take(static_cast<std::size_t>(newline - start) + 1);
-            if (reach == piece_limit)
-                return take(piece_limit);
-            if (!read_more())
-            {
-                ended = begin_ == end_;
-                return take(end_ - begin_);
-            }
-        }
-    }
-
-    /// The errno that ended the reading before the end of the output; 0 when nothing did.
-    [[nodiscard]] int error() const { return error_; }
-
-private:
-    static constexpr std::size_t piece_limit = 2047;
-    static constexpr std::size_t block_size = 65536;
-
-    std::string_view take(std::size_t length)
-    {
-        const char* start = block_.get() + begin_;
-        begin_ += length;
-        byte_behind_piece_ = block_[begin_];
-        block_[begin_] = '\0';
-        return {start, strnlen(start, length)};
-    }
-
-    void restore_byte_behind_piece() { block_[begin_] = byte_behind_piece_; }
-
-    bool read_more()
-    {
-        if (begin_ != 0)
-        {
-            std::memmove(block_.get(), block_.get() + begin_, end_ - begin_);
-            end_ -= begin_;
-            begin_ = 0;
-        }
-        ssize_t got = 0;
-        do
-            got = read(descriptor_, block_.get() + end_, block_size - end_);
-        while (got < 0 && errno == EINTR);
-        if (got < 0)
-            error_ = errno;
-        else
-            end_ += static_cast<std::size_t>(got);
-        return got > 0;
-    }
-
-    int descriptor_;
-    std::unique_ptr<char[]> block_;
-    std::size_t begin_ = 0;
-    std::size_t end_ = 0;
-    char byte_behind_piece_ = '\0';
-    int error_ = 0;
-};
+/// How much of a longer line is one piece.
+constexpr std::size_t piece_limit = 2047;
 
 void hand_over(PieceReader& output, LineSelection selection, const PieceSink& sink)
 {
@@ -139,7 +44,7 @@ bool capture_lines(const std::string& command_line, LineSelection selection, con
                              const CommandStream stream{platform::open_command(command_line)};
                              if (!stream)
                                  return fail(ERROR_MIROVAN_PROCESS_ACCESS);
-                             PieceReader output{fileno(stream.get())};
+                             PieceReader output{fileno(stream.get()), piece_limit};
                              hand_over(output, selection, sink);
                              if (output.error() != 0)
                                  return fail(ERROR_MIROVAN_PROCESS_ACCESS, output.error());

@@ -1,0 +1,4 @@
+#pragma once
+
+#include <locale.h>
+#include <stdlib.h>

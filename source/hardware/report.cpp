@@ -1,0 +1,43 @@
+#include "source/hardware/report.h"
+
+#include "platform/command_line.h"
+#include "source/error.h"
+#include "source/process/piece_reader.h"
+
+#include <algorithm>
+
+namespace mirovan
+{
+
+bool read_report(const char* command, const LineSink& take_line)
+{
+    const CommandStream stream{platform::open_command(platform::report_command_line(command))};
+    if (!stream)
+        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER);
+    const int error = read_report_lines(fileno(stream.get()), take_line);
+    return error == 0 || fail(ERROR_MIROVAN_HARDWARE_PARAMETER, error);
+}
+
+int read_report_lines(int descriptor, const LineSink& take_line)
+{
+    constexpr std::size_t line_limit = 1023;
+    PieceReader report{descriptor, line_limit};
+    for (;;)
+    {
+        bool ended = false;
+        const std::string_view line = report.next(ended);
+        if (ended)
+            return report.error();
+        take_line(line);
+    }
+}
+
+bool starts_in_any_case(std::string_view text, std::string_view lower_case_start) noexcept
+{
+    const auto same = [](char lower, char other)
+    { return (other >= 'A' && other <= 'Z' ? other - 'A' + 'a' : other) == lower; };
+    return text.size() >= lower_case_start.size() &&
+           std::equal(lower_case_start.begin(), lower_case_start.end(), text.begin(), same);
+}
+
+} // namespace mirovan

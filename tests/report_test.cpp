@@ -1,0 +1,152 @@
+#include "source/hardware/disk.h"
+#include "source/hardware/report.h"
+#include "tests/support/machine.h"
+#include "tests/support/support.h"
+
+#include <array>
+#include <clocale>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <strings.h>
+
+namespace
+{
+
+TEST(FileSystemKind, FirstKnownPartDecides)
+{
+    const std::pair<const char*, int> kinds[] = {
+        {"apfs", 5},  {"exfat", 1}, {"vfat", 1},   {"msdos", 0},        {"hfs", 0},
+        {"ntfs3", 2}, {"ntfs", 2},  {"ext4", 4},   {"nextfs", 4},       {"APFS", 0},
+        {"", 0},      {"nfs", 0},   {"fatext", 1}, {"fuse.ntfs-3g", 2}, {"fatapfs", 5}};
+    for (const auto& [name, kind] : kinds)
+        EXPECT_EQ(mirovan::file_system_kind(name), kind) << name;
+}
+
+/// A second reading of the storage report, by the C library's means.
+std::vector<std::string> names_by_fgets(std::FILE* report)
+{
+    std::vector<std::string> names;
+    char line[1024] = "";
+    const auto next = [&]
+    {
+        std::memset(line, 0, sizeof line);
+        return std::fgets(line, sizeof line, report) != nullptr;
+    };
+    while (next())
+    {
+        if (std::strlen(line) < 4 || std::strncmp(line, "    ", 4) != 0 || line[4] == ' ')
+            continue;
+        std::string name = line + 4;
+        name.resize(std::min(name.size(), name.find('-')));
+        name.resize(name.empty() ? 0 : name.size() - 1);
+        for (int searched = 0; searched < 16 && next(); ++searched)
+        {
+            if (strncasecmp(line, "      Writable: Yes", 19) != 0)
+                continue;
+            names.push_back(name);
+            break;
+        }
+    }
+    return names;
+}
+
+/// Parts that meet the rules, miss them narrowly, or are not text at all.
+std::string random_report(std::mt19937& random)
+{
+    using namespace std::string_literals;
+    static const std::array parts = {"    "s,
+                                     "    Disk:\n"s,
+                                     "    Time - Machine:\n"s,
+                                     "-"s,
+                                     "      Writable: Yes\n"s,
+                                     "      WRITABLE: YES"s,
+                                     "      Writable: Ye"s,
+                                     "      Free: 1 GB\n"s,
+                                     "\n"s,
+                                     "\r\n"s,
+                                     "\0"s,
+                                     "\xFF\xC3"s,
+                                     std::string(1019, 'n'),
+                                     std::string(1003, ' '),
+                                     "      Free: 1 GB\n      Capacity: 1 GB\n\n\n\n\n\n\n"s};
+    std::string report;
+    for (auto count = random() % 60; count != 0; --count)
+        report += parts.at(random() % parts.size());
+    return report;
+}
+
+TEST(StorageReport, AgreesWithASecondReading)
+{
+    std::mt19937 random{20240229};
+    std::size_t found = 0;
+    for (int round = 0; round < 3000; ++round)
+    {
+        const std::string text = random_report(random);
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::tmpfile(), std::fclose};
+        std::fwrite(text.data(), 1, text.size(), file.get());
+        std::rewind(file.get());
+        const std::vector<std::string> expected = names_by_fgets(file.get());
+        std::rewind(file.get());
+        mirovan::WritableVolumes volumes;
+        EXPECT_EQ(mirovan::read_report_lines(fileno(file.get()), [&](std::string_view line)
+                                             { volumes.take_line(line); }),
+                  0);
+        ASSERT_EQ(volumes.names(), expected) << "round " << round << '\n' << text;
+        found += expected.size();
+    }
+    EXPECT_GT(found, 1000U);
+}
+
+TEST(StorageReport, ReadingThatFailsTells)
+{
+    EXPECT_EQ(mirovan::read_report_lines(-1, [](std::string_view) {}), EBADF);
+}
+
+/// Builds a locale of the system's definitions below a folder, for LOCPATH.
+void build_locale(const std::string& folder, const char* definition, const char* charset)
+{
+    const std::string name = std::string{definition} + "." + charset;
+    // It warns about what the definitions do not use, and ends with 1 then.
+    test::shell_output("localedef -c -i " + std::string{definition} + " -f " + charset + " '" +
+                       folder + "/" + name + "' 2>&1");
+}
+
+std::string record_of(const std::string& report)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::fopen(report.c_str(), "r"),
+                                                               std::fclose};
+    mirovan::WritableVolumes volumes;
+    tag_Mirovan_Cpu_Information processor = test::unfilled_processor;
+    mirovan::read_report_lines(fileno(file.get()),
+                               [&](std::string_view line)
+                               {
+                                   volumes.take_line(line);
+                                   mirovan::take_processor_line(line, processor);
+                               });
+    return test::report_record(volumes.names(), processor);
+}
+
+TEST(Reports, AreReadTheSameInEveryLocale)
+{
+    const test::Scratch locales;
+    build_locale(locales.path(), "de_DE", "UTF-8");
+    build_locale(locales.path(), "tr_TR", "UTF-8");
+    build_locale(locales.path(), "tr_TR", "ISO-8859-9");
+    const test::Environment path{"LOCPATH", locales.path().c_str()};
+    for (const char* locale : {"C", "C.UTF-8", "de_DE.UTF-8", "tr_TR.UTF-8", "tr_TR.ISO-8859-9"})
+    {
+        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
+        EXPECT_STREQ(std::localeconv()->decimal_point, locale[0] == 'C' ? "." : ",") << locale;
+        for (const std::string& report : test::recorded_machines("reports"))
+        {
+            const std::string record = record_of(report);
+            const std::string expected = test::read_file(report + ".expected");
+            EXPECT_EQ(record, expected.substr(0, record.size())) << locale << ' ' << report;
+        }
+    }
+    std::setlocale(LC_ALL, "C");
+}
+
+} // namespace
