@@ -56,43 +56,48 @@ private:
     bool was_armed_ = armed;
 };
 
-/// Where the code of a loaded library begins and ends.
+/// Who makes a call: the library, what it is written in, or what that stands on. What others need
+/// for themselves is not the library's to answer for.
+enum class Caller
+{
+    library,
+    cxx_library,
+    c_library
+};
+
+/// Where a loaded library begins and ends.
 struct Range
 {
-    std::uintptr_t begin;
-    std::uintptr_t end;
+    const char* name;
+    Caller caller;
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
 };
-std::array<Range, 4> counted_libraries;
-std::size_t counted = 0;
+std::array<Range, 5> ranges = {{{"/libmirovan.", Caller::library},
+                                {"/libstdc++.", Caller::cxx_library},
+                                {"/libc++.", Caller::cxx_library},
+                                {"/libc++abi.", Caller::cxx_library},
+                                {"/libc.", Caller::c_library}}};
 
-/// The library comes first, the C++ library behind it.
-int note_library(dl_phdr_info* info, std::size_t /*size*/, void* name)
+int note_library(dl_phdr_info* info, std::size_t /*size*/, void* /*none*/)
 {
-    if (std::strstr(info->dlpi_name, static_cast<const char*>(name)) == nullptr)
-        return 0;
-    Range range{~std::uintptr_t{0}, 0};
-    for (int i = 0; i < info->dlpi_phnum; ++i)
-    {
-        const auto& part = info->dlpi_phdr[i];
-        if (part.p_type != PT_LOAD)
-            continue;
-        range.begin = std::min(range.begin, info->dlpi_addr + part.p_vaddr);
-        range.end = std::max(range.end, info->dlpi_addr + part.p_vaddr + part.p_memsz);
-    }
-    if (counted < counted_libraries.size())
-        counted_libraries[counted++] = range;
+    for (Range& range : ranges)
+        if (std::strstr(info->dlpi_name, range.name) != nullptr)
+        {
+            range.begin = info->dlpi_addr;
+            for (int i = 0; i < info->dlpi_phnum; ++i)
+                if (const auto& part = info->dlpi_phdr[i]; part.p_type == PT_LOAD)
+                    range.end = info->dlpi_addr + part.p_vaddr + part.p_memsz;
+        }
     return 0;
 }
 
-/// Whether one of the first so many of the libraries makes a call. What others need for themselves
-/// is not the library's to answer for.
-bool counts_for(const void* caller, std::size_t libraries)
+bool comes_from(const void* address, Caller farthest)
 {
-    const auto address = reinterpret_cast<std::uintptr_t>(caller);
-    for (std::size_t i = 0; i < std::min(libraries, counted); ++i)
-        if (counted_libraries[i].begin <= address && address < counted_libraries[i].end)
-            return true;
-    return false;
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    return std::any_of(ranges.begin(), ranges.end(),
+                       [&](const Range& range)
+                       { return range.caller <= farthest && range.begin <= at && at < range.end; });
 }
 
 template <class Function>
@@ -118,10 +123,10 @@ bool fires(const char* function)
 
 /// Counts a call and tells in which way it is to fail; 0 for not at all.
 template <std::size_t Ways>
-int fault_in_any_process(const char* function, const int (&ways)[Ways], const void* caller,
-                         std::size_t libraries = 1)
+int fault_in_any_process(const char* function, const int (&ways)[Ways], const void* address,
+                         Caller farthest = Caller::library)
 {
-    if (!armed || !counts_for(caller, libraries))
+    if (!armed || !comes_from(address, farthest))
         return 0;
     ++report.calls;
     if (!fires(function))
@@ -146,8 +151,8 @@ int fault(const char* function, const int (&ways)[Ways], const void* caller)
 bool lacks_memory(const char* function, const void* caller)
 {
     constexpr int ways[] = {ENOMEM};
-    constexpr std::size_t all = 4;
-    if (!armed || getpid() != process || fault_in_any_process(function, ways, caller, all) == 0)
+    if (!armed || getpid() != process ||
+        fault_in_any_process(function, ways, caller, Caller::cxx_library) == 0)
         return false;
     errno = ENOMEM;
     return true;
@@ -174,9 +179,17 @@ void mark_error(std::FILE* stream)
     stream->_flags |= error_seen;
 }
 
-void* noted(void* block)
+/// What a call that failed was to fill must not be used.
+template <class Output>
+void spoil(Output* output)
 {
-    if (block != nullptr && armed && allocation_count < allocations.size())
+    std::memset(output, 0x55, sizeof *output);
+}
+
+void* noted(void* block, const void* caller)
+{
+    if (block != nullptr && armed && comes_from(caller, Caller::c_library) &&
+        allocation_count < allocations.size())
         allocations[allocation_count++] = {block, report.calls};
     return block;
 }
@@ -199,9 +212,7 @@ extern "C"
 {
     void faults_arm(const Plan& new_plan)
     {
-        if (counted == 0)
-            for (const char* name : {"/libmirovan.", "/libstdc++.", "/libc++.", "/libc++abi."})
-                dl_iterate_phdr(note_library, const_cast<char*>(name));
+        dl_iterate_phdr(note_library, nullptr);
         plan = new_plan;
         report = {};
         process = getpid();
@@ -261,6 +272,11 @@ extern "C"
     STAND_IN(ssize_t, read, (int file, void* to, std::size_t size), (file, to, size),
              way == partly ? real(file, to, std::min<std::size_t>(size, 1)) : fails(way, -1L), EIO,
              partly, EINTR)
+    // The same with the size of the buffer, which a hardened build calls.
+    STAND_IN(ssize_t, __read_chk, (int file, void* to, std::size_t size, std::size_t room),
+             (file, to, size, room),
+             way == partly ? real(file, to, std::min<std::size_t>(size, 1), room) : fails(way, -1L),
+             EIO, partly, EINTR)
     STAND_IN(ssize_t, write, (int file, const void* from, std::size_t size), (file, from, size),
              way == partly ? real(file, from, std::min<std::size_t>(size, 1)) : fails(way, -1L),
              ENOSPC, EIO, EDQUOT, partly, EINTR)
@@ -328,13 +344,13 @@ extern "C"
               ENOENT)
     STAND_IN_WHEN(action != nullptr && earlier != nullptr, int, sigaction,
                   (int number, const struct sigaction* action, struct sigaction* earlier),
-                  (number, action, earlier), fails(way, -1), EINVAL)
+                  (number, action, earlier), (spoil(earlier), fails(way, -1)), EINVAL)
     STAND_IN_WHEN(earlier != nullptr, int, sigprocmask,
                   (int how, const sigset_t* mask, sigset_t* earlier), (how, mask, earlier),
-                  fails(way, -1), EINVAL)
+                  (spoil(earlier), fails(way, -1)), EINVAL)
     STAND_IN_WHEN(earlier != nullptr, int, pthread_sigmask,
-                  (int how, const sigset_t* mask, sigset_t* earlier), (how, mask, earlier), way,
-                  EINVAL)
+                  (int how, const sigset_t* mask, sigset_t* earlier), (how, mask, earlier),
+                  (spoil(earlier), way), EINVAL)
     STAND_IN_WHEN(handler != SIG_DFL, sighandler_t, signal, (int number, sighandler_t handler),
                   (number, handler), fails(way, SIG_ERR), EINVAL)
 
@@ -426,36 +442,24 @@ extern "C"
     void* __libc_memalign(std::size_t alignment, std::size_t size); // NOLINT
     void __libc_free(void* block);                                  // NOLINT
 
-    void* stand_in_malloc(std::size_t size) __asm__("malloc");
-    void* stand_in_malloc(std::size_t size)
-    {
-        return lacks_memory("malloc", __builtin_return_address(0)) ? nullptr
-                                                                   : noted(__libc_malloc(size));
+#define ALLOCATING(name, parameters, arguments, real, forgotten)                                   \
+    void* stand_in_##name parameters __asm__(#name);                                               \
+    void* stand_in_##name parameters                                                               \
+    {                                                                                              \
+        const void* const caller = __builtin_return_address(0);                                    \
+        if (lacks_memory(#name, caller))                                                           \
+            return nullptr;                                                                        \
+        void* const made = real arguments;                                                         \
+        if (made != nullptr)                                                                       \
+            forget(forgotten);                                                                     \
+        return noted(made, caller);                                                                \
     }
-    void* stand_in_calloc(std::size_t count, std::size_t size) __asm__("calloc");
-    void* stand_in_calloc(std::size_t count, std::size_t size)
-    {
-        return lacks_memory("calloc", __builtin_return_address(0))
-                   ? nullptr
-                   : noted(__libc_calloc(count, size));
-    }
-    void* stand_in_realloc(void* block, std::size_t size) __asm__("realloc");
-    void* stand_in_realloc(void* block, std::size_t size)
-    {
-        if (lacks_memory("realloc", __builtin_return_address(0)))
-            return nullptr;
-        void* const moved = __libc_realloc(block, size);
-        if (moved != nullptr || size == 0)
-            forget(block);
-        return noted(moved);
-    }
-    void* stand_in_aligned_alloc(std::size_t alignment, std::size_t size) __asm__("aligned_alloc");
-    void* stand_in_aligned_alloc(std::size_t alignment, std::size_t size)
-    {
-        return lacks_memory("aligned_alloc", __builtin_return_address(0))
-                   ? nullptr
-                   : noted(__libc_memalign(alignment, size));
-    }
+    ALLOCATING(malloc, (std::size_t size), (size), __libc_malloc, nullptr)
+    ALLOCATING(calloc, (std::size_t count, std::size_t size), (count, size), __libc_calloc, nullptr)
+    ALLOCATING(realloc, (void* block, std::size_t size), (block, size), __libc_realloc, block)
+    ALLOCATING(aligned_alloc, (std::size_t alignment, std::size_t size), (alignment, size),
+               __libc_memalign, nullptr)
+
     void stand_in_free(void* block) __asm__("free");
     void stand_in_free(void* block)
     {
