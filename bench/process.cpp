@@ -17,16 +17,10 @@
 namespace
 {
 
+using bench::require;
+
 const char* const program = "/bin/true";
 volatile long sink;
-
-void require(bool done, const char* what)
-{
-    if (done)
-        return;
-    std::perror(what);
-    std::exit(1);
-}
 
 void read_bare(const std::string& path)
 {
@@ -63,7 +57,7 @@ void run_process()
     reap(child);
 }
 
-void compare_queries()
+void compare_queries(bench::Table& table)
 {
     const std::string folder = "/proc/" + std::to_string(getpid());
     const uid_t user = geteuid();
@@ -72,7 +66,7 @@ void compare_queries()
         read_bare(folder + "/stat");
         read_bare(folder + "/status");
     };
-    compare(
+    table.compare_short(
         "GetProcessInfo / reads, getpwuid_r", 1.5,
         [process = getpid()]
         {
@@ -87,7 +81,7 @@ void compare_queries()
             char texts[1024];
             require(getpwuid_r(user, &record, texts, sizeof texts, &found) == 0, "getpwuid_r");
         });
-    compare(
+    table.compare_short(
         "GetUpTime / reads, localtime", 1.5,
         []
         {
@@ -100,7 +94,7 @@ void compare_queries()
             const std::time_t now = getpid();
             sink = std::localtime(&now)->tm_sec;
         });
-    compare(
+    table.compare_short(
         "GetProcessCpuUsage / read", 1.5,
         []
         {
@@ -108,7 +102,7 @@ void compare_queries()
             require(Mirovan_Process_GetProcessCpuUsage(&usage, 0), "GetProcessCpuUsage");
         },
         [&] { read_bare(folder + "/stat"); });
-    compare(
+    table.compare_short(
         "GetPath / readlink", 1.3,
         [process = getpid()]
         {
@@ -120,7 +114,7 @@ void compare_queries()
             char path[MIROVAN_PATH_SIZE];
             require(readlink((folder + "/exe").c_str(), path, sizeof path) > 0, "readlink");
         });
-    compare(
+    table.compare_short(
         "GetPriority / getpriority", 1.3,
         []
         {
@@ -128,7 +122,7 @@ void compare_queries()
             require(Mirovan_Process_GetPriority(&priority, 0), "GetPriority");
         },
         [] { sink = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())); });
-    compare(
+    table.compare_short(
         "IsAdmin / geteuid", 1.3, [] { sink = Mirovan_Process_IsAdmin(); },
         [] { sink = geteuid(); });
 }
@@ -186,26 +180,26 @@ private:
     int answer_;
 };
 
-void compare_launches()
+void compare_launches(bench::Table& table)
 {
-    compare("CreateProcess / posix_spawn", 1.1, create_process, spawn_bare);
-    compare("RunProcess / posix_spawn", 1.1, run_process, spawn_bare);
+    table.compare_short("CreateProcess / posix_spawn", 1.1, create_process, spawn_bare);
+    table.compare_short("RunProcess / posix_spawn", 1.1, run_process, spawn_bare);
 
     const SmallTwin twin;
     constexpr std::size_t four_gib = std::size_t{4} << 30U;
     void* memory = mmap(nullptr, four_gib, PROT_READ | PROT_WRITE,
                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
     require(memory != MAP_FAILED, "4 GiB");
-    compare(
+    table.compare_short(
         "CreateProcess x 10, 4 GiB / small", 1.3, [] { SmallTwin::launch('c'); },
         [&] { twin.ask('c'); });
-    compare(
+    table.compare_short(
         "RunProcess x 10, 4 GiB / small", 1.3, [] { SmallTwin::launch('r'); },
         [&] { twin.ask('r'); });
     munmap(memory, four_gib);
 }
 
-void compare_stop()
+void compare_stop(bench::Table& table)
 {
     // A number of seconds that nothing else on the machine has in its command line.
     const std::string number = "1" + std::to_string(getpid()) + "04711";
@@ -217,7 +211,7 @@ void compare_stop()
                 "posix_spawn");
     };
     const std::string pipeline = "ps -aux | grep " + number + " | grep -v grep | awk '{print $2}'";
-    compare(
+    table.compare_short(
         "Stop by name / the pipeline, kill, wait", 1.05,
         [&]
         {
@@ -242,7 +236,9 @@ void compare_stop()
 int main()
 {
     std::signal(SIGINT, SIG_DFL);
-    compare_queries();
-    compare_launches();
-    compare_stop();
+    bench::Table table{"processes"};
+    compare_queries(table);
+    compare_launches(table);
+    compare_stop(table);
+    return table.result();
 }
