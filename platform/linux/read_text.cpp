@@ -1,0 +1,55 @@
+#include "platform/linux/read_text.h"
+
+#include "platform/linux/owned_descriptor.h"
+
+#include <fcntl.h>
+
+namespace mirovan::platform
+{
+namespace
+{
+
+ssize_t read_some(int descriptor, char* buffer, std::size_t room)
+{
+    ssize_t got = 0;
+    do
+        got = read(descriptor, buffer, room);
+    while (got < 0 && errno == EINTR);
+    return got;
+}
+
+} // namespace
+
+bool read_text(int folder, const char* path, std::string& text)
+{
+    // Enough for most of them; the list of a process's groups is what can make one long.
+    constexpr std::size_t first_room = 4096;
+    constexpr std::size_t most = std::size_t{4} << 20U;
+
+    text.clear();
+    const OwnedDescriptor file{openat(folder, path, O_RDONLY | O_CLOEXEC)};
+    if (!file)
+        return false;
+    std::size_t length = 0;
+    text.resize(first_room);
+    for (;;)
+    {
+        const ssize_t got = read_some(file.get(), text.data() + length, text.size() - length);
+        if (got <= 0)
+        {
+            text.resize(length);
+            return got == 0;
+        }
+        length += static_cast<std::size_t>(got);
+        if (length < text.size())
+            continue;
+        if (length >= most)
+        {
+            errno = EFBIG;
+            return false;
+        }
+        text.resize(2 * length);
+    }
+}
+
+} // namespace mirovan::platform
