@@ -63,6 +63,12 @@ void list_disks()
     Fundix_Memory_Free(reinterpret_cast<void***>(&table), count);
 }
 
+void count_disks()
+{
+    int count = 0;
+    require(Mirovan_HardWare_GetDiskNumber(nullptr, &count) && count == 10'000);
+}
+
 void read_lines()
 {
     std::FILE* report = popen("system_profiler SPStorageDataType", "r");
@@ -103,6 +109,7 @@ int main()
 {
     const LargeReport report;
     compare("disk list, 10,000 volumes", 1.5, list_disks, read_lines);
+    compare("disk list, 10,000 volumes, no table", 1.5, count_disks, read_lines);
     compare("disk information", 1.5, ask_for_the_disk, ask_and_read_the_mount_table);
     return bench_status();
 }

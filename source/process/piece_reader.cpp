@@ -9,7 +9,7 @@ namespace mirovan
 
 PieceReader::PieceReader(int descriptor, std::size_t piece_limit)
     : descriptor_{descriptor},
-      piece_limit_{piece_limit}, block_{new char[block_size + 1]}
+      piece_limit_{piece_limit}, block_{std::make_unique<char[]>(block_size + 1)}
 {
 }
 
