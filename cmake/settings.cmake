@@ -21,6 +21,12 @@ target_compile_options(mirovan_settings INTERFACE
 target_include_directories(mirovan_settings INTERFACE ${PROJECT_SOURCE_DIR})
 
 set(MIROVAN_SANITIZE "" CACHE STRING "Sanitizers for everything, such as address,undefined")
+if(MIROVAN_BUILD_FUZZ)
+  if(NOT MIROVAN_SANITIZE)
+    set(MIROVAN_SANITIZE address,undefined)
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(MIROVAN_SANITIZE)
   add_compile_options(-fsanitize=${MIROVAN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${MIROVAN_SANITIZE})

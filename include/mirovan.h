@@ -675,6 +675,8 @@ extern "C"
     /**
      * @brief The processor usage figure of a process, in thousandths of a processor.
      *
+     * On Linux it is the share over the whole life of the process, of all its threads together.
+     *
      * @param pnCpuUsage receives the figure; untouched on failure.
      * @param nPid process id; 0 is the calling process.
      * @return true when the figure was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
@@ -741,7 +743,7 @@ extern "C"
      *         outside the range; ::ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED no such process, or not
      *         permitted.
      *
-     * Threads: any. From: setpriority().
+     * Threads: any. From: setpriority(); on Linux for each thread of the process.
      */
     MIROVAN_API bool Mirovan_Process_SetPriority(int nPriority, int nPid);
 
@@ -752,7 +754,10 @@ extern "C"
      * A child that ignores SIGINT keeps the call waiting until it ends by itself.
      *
      * @param lpszProcessName a grep pattern; the first process whose line in "ps -aux" matches is
-     *                        taken. At most 974 bytes. Null to name the process by nPid.
+     *                        taken, lines that contain "grep" left out. At most 974 bytes; an empty
+     *                        text matches nothing. Characters beyond ASCII are seen only when the
+     *                        environment names a UTF-8 locale, as ps prints them only then. Null to
+     *                        name the process by nPid.
      * @param nPid process id, above 0; read only when lpszProcessName is null.
      * @param bIgnoreChild true to ignore SIGCHLD in the whole process during the call; it is left
      * at its default afterwards, whatever it was before.
@@ -815,7 +820,8 @@ extern "C"
      *
      * @param hThread a live thread of this process.
      * @param nCpuTag the tag, of which the low 32 bits count; 0 is no affinity.
-     * @return true when the tag was set. Code: ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED it was not.
+     * @return true when the tag was set. Code: ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED it was not:
+     *         errno EINVAL when the handle is seen to be none of a live thread.
      *
      * Threads: any, on any thread of the process. From: thread_policy_set() with
      * THREAD_AFFINITY_POLICY; on Linux the tag is kept with the thread.

@@ -3,9 +3,9 @@
 #include <cstring>
 #include <fstream>
 #include <sched.h>
-#include <sstream>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/statvfs.h>
 #include <thread>
 #include <unistd.h>
 
@@ -41,39 +41,31 @@ protected:
     Scratch scratch_;
 };
 
-/// Which kind of file system df sees at a path, and its sizes in bytes.
-struct Volume
+/// The sizes that statvfs() tells, which are those of df.
+std::pair<uint64_t, uint64_t> sizes_of(const std::string& path)
 {
-    std::string type;
-    uint64_t total = 0;
-    uint64_t free = 0;
-    bool operator==(const Volume&) const = default;
-};
-
-Volume volume_by_df(const std::string& path)
-{
-    std::istringstream text{
-        test::shell_output("df -B1 --output=fstype,size,avail '" + path + "' | tail -n 1")};
-    Volume volume;
-    text >> volume.type >> volume.total >> volume.free;
-    return volume;
+    struct statvfs sizes = {};
+    EXPECT_EQ(statvfs(path.c_str(), &sizes), 0) << path;
+    return {sizes.f_frsize * sizes.f_blocks, sizes.f_frsize * sizes.f_bavail};
 }
 
 void expect_as_df(const std::string& path)
 {
-    Volume before;
-    Volume after;
     tag_Mirovan_Disk_Information disk{77, -1, 0, 0};
-    // Others use the volumes at the same time.
-    for (int attempt = 0; attempt < 50 && (attempt == 0 || before != after); ++attempt)
+    std::pair<uint64_t, uint64_t> before;
+    std::pair<uint64_t, uint64_t> after;
+    // Others write to the volume at the same time: the sizes must hold still for a moment.
+    for (int attempt = 0; attempt < 10'000 && (attempt == 0 || before != after); ++attempt)
     {
-        before = volume_by_df(path);
+        before = sizes_of(path);
         EXPECT_SUCCEEDS(Mirovan_HardWare_GetDiskInfomation(path.c_str(), &disk, 1)) << path;
-        after = volume_by_df(path);
+        after = sizes_of(path);
     }
-    EXPECT_EQ(disk.nDiskTotal, after.total) << path;
-    EXPECT_EQ(disk.nDiskFree, after.free) << path;
-    EXPECT_EQ(disk.nFileSystem, after.type.starts_with("ext") ? 4 : 0) << path << after.type;
+    EXPECT_EQ(disk.nDiskTotal, after.first) << path;
+    EXPECT_EQ(disk.nDiskFree, after.second) << path;
+    const std::string type =
+        test::shell_output("df --output=fstype '" + path + "' | tail -n 1 | tr -d '\\n'");
+    EXPECT_EQ(disk.nFileSystem, type.starts_with("ext") ? 4 : 0) << path << ' ' << type;
     EXPECT_EQ(disk.nReserved, 77);
 }
 

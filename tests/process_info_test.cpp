@@ -148,7 +148,7 @@ TEST(ProcessInfo, OfAUserWithoutAccount)
             }
             else
                 EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&record, nullptr, getpid()));
-            EXPECT_EQ(record.nThreadCount, 1);
+            EXPECT_GE(record.nThreadCount, 1);
         });
 }
 
@@ -324,7 +324,7 @@ TEST(ProcessPriority, Failures)
 unsigned long tag_of(pthread_t thread)
 {
     unsigned long tag = 12345;
-    EXPECT_SUCCEEDS(Mirovan_Process_GetProcessForCpu(thread, &tag));
+    EXPECT_TRUE(Mirovan_Process_GetProcessForCpu(thread, &tag));
     return tag;
 }
 
@@ -332,18 +332,18 @@ TEST(ProcessAffinity, BelongsToAThreadAndIsReadFromAny)
 {
     for (const unsigned long tag : {7UL, 0xFFFF'FFFF'8000'0000UL, ~0UL, 0UL})
     {
-        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
+        EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
         EXPECT_EQ(tag_of(pthread_self()), tag);
     }
-    EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), 0x1234'0000'0009));
+    EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(pthread_self(), 0x1234'0000'0009));
     const pthread_t first = pthread_self();
     for (int round = 0; round < 20; ++round)
         std::thread{[&]
                     {
                         EXPECT_EQ(tag_of(pthread_self()), 0U);
                         EXPECT_EQ(tag_of(first), 9U);
-                        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), 5));
-                        EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, 9));
+                        EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(pthread_self(), 5));
+                        EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(first, 9));
                     }}
             .join();
     std::vector<std::thread> rivals;
@@ -351,14 +351,14 @@ TEST(ProcessAffinity, BelongsToAThreadAndIsReadFromAny)
         rivals.emplace_back(
             [=]
             {
-                EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
-                EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, tag));
+                EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(pthread_self(), tag));
+                EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(first, tag));
                 EXPECT_EQ(tag_of(pthread_self()), tag);
             });
     for (auto& rival : rivals)
         rival.join();
     EXPECT_LE(tag_of(first), 8U);
-    EXPECT_SUCCEEDS(Mirovan_Process_SetProcessForCpu(first, 0));
+    EXPECT_TRUE(Mirovan_Process_SetProcessForCpu(first, 0));
 }
 
 TEST(ProcessAffinity, OfNoThreadIsRefused)

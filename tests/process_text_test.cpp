@@ -80,7 +80,7 @@ TEST(TagTable, EntriesOfEndedThreadsAreUsedAgainWithoutTheirTags)
     std::set<ThreadKey> alive{10, 11, 12};
     const auto is_alive = [&](ThreadKey key) { return alive.contains(key); };
     TagTable<3> table;
-    for (const ThreadKey thread : {10, 11, 12})
+    for (const ThreadKey thread : {10U, 11U, 12U})
         EXPECT_TRUE(table.set(thread, static_cast<int>(thread), is_alive));
     EXPECT_FALSE(table.set(13, 1, is_alive));
     EXPECT_TRUE(table.set(13, 0, is_alive)) << "no tag needs no entry";

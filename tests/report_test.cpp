@@ -1,15 +1,14 @@
 #include "source/hardware/disk.h"
 #include "source/hardware/report.h"
 #include "tests/support/machine.h"
+#include "tests/support/second_reading.h"
 #include "tests/support/support.h"
 
 #include <array>
 #include <clocale>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
-#include <strings.h>
 
 namespace
 {
@@ -22,34 +21,6 @@ TEST(FileSystemKind, FirstKnownPartDecides)
         {"", 0},      {"nfs", 0},   {"fatext", 1}, {"fuse.ntfs-3g", 2}, {"fatapfs", 5}};
     for (const auto& [name, kind] : kinds)
         EXPECT_EQ(mirovan::file_system_kind(name), kind) << name;
-}
-
-/// A second reading of the storage report, by the C library's means.
-std::vector<std::string> names_by_fgets(std::FILE* report)
-{
-    std::vector<std::string> names;
-    char line[1024] = "";
-    const auto next = [&]
-    {
-        std::memset(line, 0, sizeof line);
-        return std::fgets(line, sizeof line, report) != nullptr;
-    };
-    while (next())
-    {
-        if (std::strlen(line) < 4 || std::strncmp(line, "    ", 4) != 0 || line[4] == ' ')
-            continue;
-        std::string name = line + 4;
-        name.resize(std::min(name.size(), name.find('-')));
-        name.resize(name.empty() ? 0 : name.size() - 1);
-        for (int searched = 0; searched < 16 && next(); ++searched)
-        {
-            if (strncasecmp(line, "      Writable: Yes", 19) != 0)
-                continue;
-            names.push_back(name);
-            break;
-        }
-    }
-    return names;
 }
 
 /// Parts that meet the rules, miss them narrowly, or are not text at all.
@@ -87,7 +58,7 @@ TEST(StorageReport, AgreesWithASecondReading)
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::tmpfile(), std::fclose};
         std::fwrite(text.data(), 1, text.size(), file.get());
         std::rewind(file.get());
-        const std::vector<std::string> expected = names_by_fgets(file.get());
+        const std::vector<std::string> expected = test::names_by_fgets(file.get());
         std::rewind(file.get());
         mirovan::WritableVolumes volumes;
         EXPECT_EQ(mirovan::read_report_lines(fileno(file.get()), [&](std::string_view line)

@@ -60,7 +60,8 @@ int mirovan_linux_setpriority(int which, id_t who, int priority) noexcept
         return result;
     const int kept = errno;
     char tasks[32];
-    std::snprintf(tasks, sizeof tasks, "/proc/%u/task", who == 0 ? getpid() : who);
+    const id_t process = who == 0 ? static_cast<id_t>(getpid()) : who;
+    static_cast<void>(std::snprintf(tasks, sizeof tasks, "/proc/%u/task", process));
     // Once more whenever a thread had to be changed: it may have started another one before.
     constexpr int rounds = 8;
     const int reached = getpriority(PRIO_PROCESS, who);

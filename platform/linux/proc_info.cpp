@@ -98,8 +98,8 @@ bool read_task(int pid, proc_taskallinfo& task)
         open(process_folder(pid).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     std::string stat_text;
     std::string status_text;
-    if (!folder || !read_text(folder.get(), "stat", stat_text) ||
-        !read_text(folder.get(), "status", status_text))
+    if (!folder || !read_one_piece(folder.get(), "stat", stat_text) ||
+        !read_one_piece(folder.get(), "status", status_text))
         return no_process();
     const auto stat = parse_process_stat(stat_text);
     const auto status = parse_process_status(status_text);
@@ -116,7 +116,7 @@ bool read_task(int pid, proc_taskallinfo& task)
 bool read_thread(int pid, proc_threadinfo& thread)
 {
     std::string text;
-    if (!read_text(AT_FDCWD, (process_folder(pid) + "/stat").c_str(), text))
+    if (!read_one_piece(AT_FDCWD, (process_folder(pid) + "/stat").c_str(), text))
         return no_process();
     const auto stat = parse_process_stat(text);
     if (!stat)
@@ -177,24 +177,24 @@ int proc_pidinfo(int pid, int flavor, uint64_t arg, void* buffer, int buffersize
 
 int proc_pidpath(int pid, void* buffer, uint32_t buffersize)
 {
-    char link[32];
-    std::snprintf(link, sizeof link, "/proc/%d/exe", pid);
-    char path[PATH_MAX];
-    const ssize_t got = readlink(link, path, sizeof path);
+    char program[32];
+    static_cast<void>(std::snprintf(program, sizeof program, "/proc/%d/exe", pid));
+    char target[PATH_MAX];
+    const ssize_t got = readlink(program, target, sizeof target);
     if (got < 0)
         return 0;
     auto length = static_cast<std::size_t>(got);
-    if (length < sizeof path)
+    if (length < sizeof target)
     {
-        path[length] = '\0';
-        length = mirovan::platform::length_without_mark(path, length);
+        target[length] = '\0';
+        length = mirovan::platform::length_without_mark(target, length);
     }
-    if (length >= std::min<std::size_t>(sizeof path, buffersize))
+    if (length >= std::min<std::size_t>(sizeof target, buffersize))
     {
         errno = ENAMETOOLONG;
         return 0;
     }
-    path[length] = '\0';
-    std::memcpy(buffer, path, length + 1);
+    target[length] = '\0';
+    std::memcpy(buffer, target, length + 1);
     return static_cast<int>(length);
 }

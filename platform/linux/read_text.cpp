@@ -18,9 +18,7 @@ ssize_t read_some(int descriptor, char* buffer, std::size_t room)
     return got;
 }
 
-} // namespace
-
-bool read_text(int folder, const char* path, std::string& text)
+bool read_file(int folder, const char* path, std::string& text, bool in_one_piece)
 {
     // Enough for most of them; the list of a process's groups is what can make one long.
     constexpr std::size_t first_room = 4096;
@@ -35,21 +33,34 @@ bool read_text(int folder, const char* path, std::string& text)
     for (;;)
     {
         const ssize_t got = read_some(file.get(), text.data() + length, text.size() - length);
-        if (got <= 0)
+        if (got < 0)
+            return false;
+        length += static_cast<std::size_t>(got);
+        if (got == 0 || (in_one_piece && length < text.size()))
         {
             text.resize(length);
-            return got == 0;
+            return true;
         }
-        length += static_cast<std::size_t>(got);
-        if (length < text.size())
-            continue;
         if (length >= most)
         {
             errno = EFBIG;
             return false;
         }
-        text.resize(2 * length);
+        if (length == text.size())
+            text.resize(2 * length);
     }
+}
+
+} // namespace
+
+bool read_text(int folder, const char* path, std::string& text)
+{
+    return read_file(folder, path, text, false);
+}
+
+bool read_one_piece(int folder, const char* path, std::string& text)
+{
+    return read_file(folder, path, text, true);
 }
 
 } // namespace mirovan::platform

@@ -2,7 +2,7 @@
 
 #include "base/string.h"
 #include "platform/linux/mount_table.h"
-#include "platform/linux/text_file.h"
+#include "platform/linux/read_text.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -30,11 +30,11 @@ bool volume_kind(const char* path, std::span<char> kind)
         return false;
     const auto id = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
     // Of the thread: it may have a mount table of its own.
-    const auto table = platform::read_text_file("/proc/thread-self/mountinfo");
-    if (!table)
+    std::string table;
+    if (!platform::read_text(AT_FDCWD, "/proc/thread-self/mountinfo", table))
         return false;
     const auto mount =
-        platform::find_mount(*table, id, {status.stx_dev_major, status.stx_dev_minor});
+        platform::find_mount(table, id, {status.stx_dev_major, status.stx_dev_minor});
     copy_cut(kind, mount ? mount->type : std::string_view{});
     return true;
 }

@@ -30,7 +30,7 @@ ThreadKey key_of(std::uint64_t id)
 {
     std::string text;
     const std::string path = "/proc/self/task/" + std::to_string(id) + "/stat";
-    if (id == 0 || !read_text(AT_FDCWD, path.c_str(), text))
+    if (id == 0 || !read_one_piece(AT_FDCWD, path.c_str(), text))
         return 0;
     const auto stat = parse_process_stat(text);
     return stat ? stat->start_ticks << id_bits | id : 0;
@@ -48,6 +48,7 @@ bool leads_to_thread(pthread_t handle)
 {
     std::uintptr_t first_word = 0;
     iovec local{&first_word, sizeof first_word};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): that is what the thread library makes a handle of.
     iovec remote{reinterpret_cast<void*>(handle), sizeof first_word};
     const ssize_t got = process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
     if (got < 0)
@@ -90,6 +91,9 @@ mach_port_t pthread_mach_thread_np(pthread_t handle)
     return static_cast<mach_port_t>(mirovan::platform::thread_id(handle));
 }
 
+// The parameters are those of the home platform.
+// NOLINTBEGIN(readability-non-const-parameter)
+
 kern_return_t thread_policy_set(thread_act_t thread, thread_policy_flavor_t flavor,
                                 thread_policy_t policy_info, mach_msg_type_number_t count)
 {
@@ -126,3 +130,5 @@ kern_return_t thread_policy_get(thread_act_t thread, thread_policy_flavor_t flav
         return KERN_RESOURCE_SHORTAGE;
     }
 }
+
+// NOLINTEND(readability-non-const-parameter)

@@ -59,6 +59,7 @@ void drop_handlers()
 // The home platform would rather see posix_spawn(), which reports a program that cannot be executed
 // where this child has to end with a status. The child does nothing but what is safe while it
 // shares the caller's memory, and the caller's thread stands still meanwhile.
+// NOLINTBEGIN(clang-analyzer-security.insecureAPI.vfork, clang-analyzer-unix.Vfork)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
@@ -66,12 +67,13 @@ pid_t start_child(const char* path, char* const* arguments, const ChildSignals& 
 {
     const AllSignalsBlocked blocked;
     const sigset_t& mask = signals.mask == nullptr ? blocked.earlier() : *signals.mask;
-    const pid_t child = vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+    const pid_t child = vfork();
     if (child == 0)
         become(path, arguments, mask, signals.actions);
     return child;
 }
 
 #pragma GCC diagnostic pop
+// NOLINTEND(clang-analyzer-security.insecureAPI.vfork, clang-analyzer-unix.Vfork)
 
 } // namespace mirovan

@@ -31,7 +31,7 @@ public:
     ChildSignalIgnored& operator=(const ChildSignalIgnored&) = delete;
 
 private:
-    static void set(void (*handler)(int)) { std::signal(SIGCHLD, handler); }
+    static void set(void (*handler)(int)) { static_cast<void>(std::signal(SIGCHLD, handler)); }
 };
 
 /// The command line that prints the id of each process whose line in ps a pattern matches.

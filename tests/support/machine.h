@@ -1,8 +1,8 @@
 #pragma once
 
 #include "mirovan.h"
+#include "tests/support/machine_tree.h"
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -22,17 +22,6 @@ std::string report_record();
 
 /// The same for the serial numbers.
 std::string serial_record();
-
-/// A recorded file or, with a target, a symbolic link.
-struct TreeEntry
-{
-    std::string content;
-    std::string link_target;
-};
-
-/// Reads the recorded files of a machine. Each begins with a line: "=== PATH" before the content,
-/// "=== PATH = CONTENT" with the escapes \n and \0, or "=== PATH -> TARGET".
-std::map<std::string, TreeEntry> parse_tree(const std::string& text);
 
 /// Makes the files below a folder.
 void plant_tree(const std::map<std::string, TreeEntry>& tree, const std::string& folder);

@@ -45,7 +45,7 @@ std::string speed(std::uint64_t kilohertz)
 /// In units of 1024 megabytes, as memory is sold.
 std::string memory_size(std::uint64_t kibibytes)
 {
-    constexpr std::uint64_t kibibytes_per_unit = 1024 * 1024;
+    constexpr std::uint64_t kibibytes_per_unit = 1048576;
     if (kibibytes == 0)
         return {};
     return joined({decimal(rounded_quotient(kibibytes * 10, kibibytes_per_unit), 1), " GB"});

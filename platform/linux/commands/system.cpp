@@ -2,16 +2,17 @@
 
 #include "platform/linux/commands/text.h"
 #include "platform/linux/mount_table.h"
-#include "platform/linux/text_file.h"
+#include "platform/linux/owned_descriptor.h"
+#include "platform/linux/read_text.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 namespace mirovan::commands
 {
@@ -27,7 +28,8 @@ public:
 
     std::string read(const std::string& path) const override
     {
-        return platform::read_text_file((root_ + path).c_str()).value_or("");
+        std::string text;
+        return platform::read_text(AT_FDCWD, (root_ + path).c_str(), text) ? text : std::string{};
     }
 
     std::vector<std::string> list(const std::string& folder) const override
@@ -91,17 +93,17 @@ public:
     VolumeIdentity volume_identity(const std::string& mount_point) const override
     {
         VolumeIdentity identity;
-        const int volume = open(mount_point.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        if (volume < 0)
+        const platform::OwnedDescriptor volume{
+            open(mount_point.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
+        if (!volume)
             return identity;
         char label[FSLABEL_MAX] = "";
-        if (ioctl(volume, FS_IOC_GETFSLABEL, label) == 0)
-            identity.label = label;
+        if (ioctl(volume.get(), FS_IOC_GETFSLABEL, label) == 0)
+            identity.label = {label, strnlen(label, sizeof label)};
         VolumeUuid uuid{};
-        if (ioctl(volume, get_volume_uuid, &uuid) == 0)
+        if (ioctl(volume.get(), get_volume_uuid, &uuid) == 0)
             identity.uuid = uuid_text(hexadecimal({reinterpret_cast<const char*>(uuid.bytes),
                                                    std::min<std::size_t>(uuid.length, 16)}));
-        close(volume);
         return identity;
     }
 };

@@ -78,7 +78,7 @@ std::string uuid_text(std::string_view text)
         plain.find_first_not_of('0') == std::string::npos ||
         plain.find_first_not_of('F') == std::string::npos)
         return {};
-    for (const std::size_t at : {8, 13, 18, 23})
+    for (const std::size_t at : {8U, 13U, 18U, 23U})
         plain.insert(at, 1, '-');
     return plain;
 }

@@ -26,7 +26,7 @@ std::string capitals_if_hexadecimal(std::string_view text);
 
 /// 32 hexadecimal digits, with hyphens or without, as a UUID in capitals; empty for anything else
 /// and for the values that firmware gives when it has none.
-std::string uuid_text(std::string_view digits);
+std::string uuid_text(std::string_view text);
 
 /// A name of /dev/disk/by-*, whose odd characters are written as \x20.
 std::string unescape_hexadecimal(std::string_view name);

@@ -159,8 +159,9 @@ std::string device_name(const System& system, const MountLine& mount)
 {
     const std::string source = platform::unescape_octal(mount.source);
     const auto [major, minor] = mount.device;
-    const std::string events = system.read("/sys/dev/block/" + std::to_string(major) + ":" +
-                                           std::to_string(minor) + "/uevent");
+    std::string file = "/sys/dev/block/";
+    file.append(std::to_string(major)).append(":").append(std::to_string(minor));
+    const std::string events = system.read(file.append("/uevent"));
     constexpr std::string_view key = "DEVNAME=";
     const std::size_t found = events.find(key);
     if (found != std::string::npos)
@@ -178,7 +179,7 @@ DeviceNames read_device_names(const System& system, const std::string& folder)
 {
     DeviceNames names;
     for (const std::string& name : system.list(folder))
-        if (const std::string target = system.link(folder + "/" + name); !target.empty())
+        if (const std::string target = system.link(folder + name); !target.empty())
             names.try_emplace(last_part(target), unescape_hexadecimal(name));
     return names;
 }
@@ -202,8 +203,8 @@ std::vector<Volume> read_volumes(const System& system)
 {
     const std::string table = system.read("/proc/self/mountinfo");
     const MountTree tree{table};
-    const DeviceNames labels = read_device_names(system, "/dev/disk/by-label");
-    const DeviceNames uuids = read_device_names(system, "/dev/disk/by-uuid");
+    const DeviceNames labels = read_device_names(system, "/dev/disk/by-label/");
+    const DeviceNames uuids = read_device_names(system, "/dev/disk/by-uuid/");
     std::vector<Volume> volumes;
     for (const MountLine* mount : listed_mounts(tree))
     {

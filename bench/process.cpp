@@ -1,0 +1,244 @@
+#include "bench/harness.h"
+#include "mirovan.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <pwd.h>
+#include <spawn.h>
+#include <string>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using bench::require;
+
+const char* const program = "/bin/true";
+volatile long sink;
+
+void read_bare(const std::string& path)
+{
+    char text[4096];
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    require(read(file, text, sizeof text) > 0, path.c_str());
+    close(file);
+}
+
+void reap(unsigned long child)
+{
+    require(waitpid(static_cast<pid_t>(child), nullptr, 0) > 0, "waitpid");
+}
+
+void spawn_bare()
+{
+    pid_t child = 0;
+    char* arguments[] = {const_cast<char*>(program), const_cast<char*>("a"), nullptr};
+    require(posix_spawn(&child, program, nullptr, nullptr, arguments, nullptr) == 0, "posix_spawn");
+    reap(static_cast<unsigned long>(child));
+}
+
+void create_process()
+{
+    unsigned long child = 0;
+    require(Mirovan_Process_CreateProcess(&child, program, "a", false), "CreateProcess");
+    reap(child);
+}
+
+void run_process()
+{
+    unsigned long child = 0;
+    require(Mirovan_Process_RunProcess(&child, program, "true", "a", false), "RunProcess");
+    reap(child);
+}
+
+void compare_queries(bench::Table& table)
+{
+    const std::string folder = "/proc/" + std::to_string(getpid());
+    const uid_t user = geteuid();
+    const auto read_both = [&]
+    {
+        read_bare(folder + "/stat");
+        read_bare(folder + "/status");
+    };
+    table.compare_short(
+        "GetProcessInfo / reads, getpwuid_r", 1.5,
+        [process = getpid()]
+        {
+            tag_Mirovan_Process_Infomation record;
+            require(Mirovan_Process_GetProcessInfo(&record, nullptr, process), "GetProcessInfo");
+        },
+        [&]
+        {
+            read_both();
+            passwd record{};
+            passwd* found = nullptr;
+            char texts[1024];
+            require(getpwuid_r(user, &record, texts, sizeof texts, &found) == 0, "getpwuid_r");
+        });
+    table.compare_short(
+        "GetUpTime / reads, localtime", 1.5,
+        []
+        {
+            TARVELO_LIBTIME start;
+            require(Mirovan_Process_GetUpTime(&start, 0), "GetUpTime");
+        },
+        [&]
+        {
+            read_both();
+            const std::time_t now = getpid();
+            sink = std::localtime(&now)->tm_sec;
+        });
+    table.compare_short(
+        "GetProcessCpuUsage / read", 1.5,
+        []
+        {
+            int usage = 0;
+            require(Mirovan_Process_GetProcessCpuUsage(&usage, 0), "GetProcessCpuUsage");
+        },
+        [&] { read_bare(folder + "/stat"); });
+    table.compare_short(
+        "GetPath / readlink", 1.3,
+        [process = getpid()]
+        {
+            char path[MIROVAN_PATH_SIZE];
+            require(Mirovan_Process_GetPath(path, process), "GetPath");
+        },
+        [&]
+        {
+            char path[MIROVAN_PATH_SIZE];
+            require(readlink((folder + "/exe").c_str(), path, sizeof path) > 0, "readlink");
+        });
+    table.compare_short(
+        "GetPriority / getpriority", 1.3,
+        []
+        {
+            int priority = 0;
+            require(Mirovan_Process_GetPriority(&priority, 0), "GetPriority");
+        },
+        [] { sink = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())); });
+    table.compare_short(
+        "IsAdmin / geteuid", 1.3, [] { sink = Mirovan_Process_IsAdmin(); },
+        [] { sink = geteuid(); });
+}
+
+/// A process of the size that this one had when it was made; does a batch of launches on demand.
+class SmallTwin
+{
+public:
+    SmallTwin()
+    {
+        int requests[2];
+        int answers[2];
+        require(pipe2(requests, O_CLOEXEC) == 0 && pipe2(answers, O_CLOEXEC) == 0, "pipe2");
+        twin_ = fork();
+        require(twin_ >= 0, "fork");
+        if (twin_ == 0)
+        {
+            char kind = 0;
+            close(requests[1]);
+            while (read(requests[0], &kind, 1) == 1)
+            {
+                launch(kind);
+                require(write(answers[1], &kind, 1) == 1, "write");
+            }
+            _exit(0);
+        }
+        close(requests[0]);
+        close(answers[1]);
+        request_ = requests[1];
+        answer_ = answers[0];
+    }
+    ~SmallTwin()
+    {
+        close(request_);
+        close(answer_);
+        waitpid(twin_, nullptr, 0);
+    }
+    SmallTwin(const SmallTwin&) = delete;
+    SmallTwin& operator=(const SmallTwin&) = delete;
+
+    void ask(char kind) const
+    {
+        require(write(request_, &kind, 1) == 1 && read(answer_, &kind, 1) == 1, "twin");
+    }
+
+    static void launch(char kind)
+    {
+        for (int call = 0; call < 10; ++call)
+            kind == 'c' ? create_process() : run_process();
+    }
+
+private:
+    pid_t twin_;
+    int request_;
+    int answer_;
+};
+
+void compare_launches(bench::Table& table)
+{
+    table.compare_short("CreateProcess / posix_spawn", 1.1, create_process, spawn_bare);
+    table.compare_short("RunProcess / posix_spawn", 1.1, run_process, spawn_bare);
+
+    const SmallTwin twin;
+    constexpr std::size_t four_gib = std::size_t{4} << 30U;
+    void* memory = mmap(nullptr, four_gib, PROT_READ | PROT_WRITE,
+                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    require(memory != MAP_FAILED, "4 GiB");
+    table.compare_short(
+        "CreateProcess x 10, 4 GiB / small", 1.3, [] { SmallTwin::launch('c'); },
+        [&] { twin.ask('c'); });
+    table.compare_short(
+        "RunProcess x 10, 4 GiB / small", 1.3, [] { SmallTwin::launch('r'); },
+        [&] { twin.ask('r'); });
+    munmap(memory, four_gib);
+}
+
+void compare_stop(bench::Table& table)
+{
+    // A number of seconds that nothing else on the machine has in its command line.
+    const std::string number = "1" + std::to_string(getpid()) + "04711";
+    char* arguments[] = {const_cast<char*>("sleep"), const_cast<char*>(number.c_str()), nullptr};
+    const auto start = [&]
+    {
+        pid_t child = 0;
+        require(posix_spawn(&child, "/bin/sleep", nullptr, nullptr, arguments, environ) == 0,
+                "posix_spawn");
+    };
+    const std::string pipeline = "ps -aux | grep " + number + " | grep -v grep | awk '{print $2}'";
+    table.compare_short(
+        "Stop by name / the pipeline, kill, wait", 1.05,
+        [&]
+        {
+            start();
+            require(Mirovan_Process_Stop(number.c_str(), 0, false), "Stop");
+        },
+        [&]
+        {
+            start();
+            std::FILE* stream = popen(pipeline.c_str(), "r");
+            char line[64] = "";
+            require(std::fgets(line, sizeof line, stream) != nullptr, "pipeline");
+            pclose(stream);
+            const int child = std::atoi(line);
+            require(child > 0 && kill(child, SIGINT) == 0, "kill");
+            waitpid(child, nullptr, 0);
+        });
+}
+
+} // namespace
+
+int main()
+{
+    std::signal(SIGINT, SIG_DFL);
+    bench::Table table{"processes"};
+    compare_queries(table);
+    compare_launches(table);
+    compare_stop(table);
+    return table.result();
+}
