@@ -77,10 +77,15 @@ bool copy_file(const typename Form::Char* source, const typename Form::Char* des
     if (source == nullptr || destination == nullptr)
         return fail(ERROR_MIROVAN_FILE_COPY_PARAMETER, EINVAL);
     PathBuffer to;
-    if (fail_if_exists && Form::convert(destination, to) && access(to, F_OK) == 0)
+    const bool asked = fail_if_exists && Form::convert(destination, to);
+    if (asked && access(to, F_OK) == 0)
         return fail(ERROR_MIROVAN_FILE_COPY_EXIST, EEXIST);
+    const int unknown = asked && errno != ENOENT && errno != ENOTDIR ? errno : 0;
     if (!prepare_target<Form>(destination, to, ERROR_MIROVAN_FILE_COPY_FAILED))
         return false;
+    // What may exist is not to be replaced.
+    if (unknown != 0)
+        return fail(ERROR_MIROVAN_FILE_COPY_FAILED, unknown);
     PathBuffer converted;
     const char* from = Form::native(source, converted);
     return (from != nullptr && copy_content(from, to)) || fail(ERROR_MIROVAN_FILE_COPY_FAILED);

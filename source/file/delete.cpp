@@ -85,8 +85,8 @@ private:
     {
         if (!folders_.leave())
         {
-            // The folder was moved away meanwhile: what is above it now is not ours to delete.
-            note_failure(ESTALE);
+            // What is above it now is not ours to delete when the folder was moved meanwhile.
+            note_failure(errno == ENOENT ? ESTALE : errno);
             folders_ = {};
         }
         if (folders_.empty())

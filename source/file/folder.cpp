@@ -11,14 +11,6 @@ namespace mirovan
 namespace
 {
 
-bool is_folder(const char* path)
-{
-    struct stat status
-    {
-    };
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 /// Makes one level. Whatever mkdir() says about a folder that exists (which differs for roots and
 /// read-only volumes), only what is there counts.
 bool make_level(const char* path)
@@ -26,9 +18,16 @@ bool make_level(const char* path)
     if (mkdir(path, 0777) == 0)
         return true;
     const int reason = errno;
-    if (is_folder(path))
+    struct stat status
+    {
+    };
+    const bool known = stat(path, &status) == 0;
+    if (known && S_ISDIR(status.st_mode))
         return true;
-    errno = reason == EEXIST ? ENOTDIR : reason;
+    if (reason != EEXIST)
+        errno = reason;
+    else if (known)
+        errno = ENOTDIR;
     return false;
 }
 

@@ -29,11 +29,15 @@ std::string heading_name(std::string_view line)
 bool store_names(const std::vector<std::string>& names, char*** table, int* count)
 {
     const int rows = static_cast<int>(names.size());
-    if (!make_table(table, rows, MIROVAN_PATH_SIZE))
-        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, ENOMEM);
     if (table != nullptr)
+    {
+        char** made = nullptr;
+        if (!make_table(&made, rows, MIROVAN_PATH_SIZE))
+            return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, ENOMEM);
         for (std::size_t row = 0; row < names.size(); ++row)
-            copy_cut({(*table)[row], MIROVAN_PATH_SIZE}, names[row]);
+            copy_cut({made[row], MIROVAN_PATH_SIZE}, names[row]);
+        *table = made;
+    }
     *count = rows;
     return true;
 }

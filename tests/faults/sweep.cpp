@@ -1,0 +1,269 @@
+#include "tests/faults/operations.h"
+
+#include <cstdio>
+#include <cstring>
+#include <grp.h>
+#include <optional>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace
+{
+
+using faults::Mode;
+using faults::Plan;
+using faults::Report;
+using test::Operation;
+
+constexpr const char* mode_names[] = {"once", "same", "all"};
+
+/// What a fault may do although it ought not to, or is not tried at all, and why.
+struct Exemption
+{
+    const char* operation; ///< Names that begin so.
+    const char* function;
+    const char* complaint; ///< Complaints that begin so.
+    const char* reason;
+};
+constexpr Exemption exemptions[] = {
+    {"EnumFile", "openat", "errno is ENOENT",
+     "a folder that may not be read is passed over, and errno then tells that nothing was found"},
+    {"SetProcessForCpu", "", "errno is EINVAL",
+     "the home platform's thread calls report no errno; each of its results stands for one"},
+    {"GetProcessForCpu", "", "errno is EINVAL", "likewise"},
+    {"(any)", "sigaction, sigprocmask, pthread_sigmask, signal", nullptr,
+     "fail only where an earlier setting is saved or a signal ignored: a call that gives a setting "
+     "back cannot fail with valid arguments, nor could anything be done about it"},
+    {"(any)", "close, closedir, fclose, pclose, dlclose, waitpid", nullptr,
+     "do their work also when they report a failure, as the system's do"},
+    {"(any)", "time, clock_gettime, sysconf(_SC_PAGESIZE, _SC_CLK_TCK), tzset, fileno, dlsym",
+     nullptr, "never fail: with valid arguments they cannot"},
+    {"(any)", "stat, openat and the like with ENOENT", nullptr,
+     "never given: that something does not exist is an answer, and a false one"},
+};
+
+/// The run at hand, for those who have to tell what hung or crashed.
+char running[256];
+
+void die(int number)
+{
+    const auto say = [](const char* text)
+    { static_cast<void>(!write(STDERR_FILENO, text, std::strlen(text))); };
+    say(number == SIGALRM ? "hangs: " : "crashes: ");
+    say(running);
+    say("\n");
+    _exit(2);
+}
+
+std::string way_name(int error)
+{
+    if (error < 0)
+        return error == faults::partly ? "partly" : "nothing";
+    const char* name = strerrorname_np(error);
+    return name == nullptr ? "none" : name;
+}
+
+/// Which runs to make; what is not given does not matter.
+struct Choice
+{
+    std::string family, operation, error, mode;
+    unsigned fault = 0;
+};
+
+bool fits(const std::string& wanted, const std::string& name)
+{
+    return wanted.empty() || wanted == name;
+}
+
+class Sweep
+{
+public:
+    explicit Sweep(Choice choice) : choice_{std::move(choice)} {}
+
+    void run_all()
+    {
+        for (const Operation& operation : world_.operations())
+        {
+            if (!fits(choice_.family, operation.family) || !fits(choice_.operation, operation.name))
+                continue;
+            ++operations_;
+            run_without_fault(operation);
+            for (const Mode mode : {Mode::once, Mode::same, Mode::all})
+                if (fits(choice_.mode, mode_names[static_cast<int>(mode)]))
+                    run_with_faults(operation, mode);
+        }
+    }
+
+    bool conclude() const
+    {
+        std::printf("%u operations, %u fault points, %u runs, %u complaints\n", operations_,
+                    points_, runs_, complaints_);
+        for (const Exemption& exemption : exemptions)
+            std::printf("exempt: %s: %s: %s: %s\n", exemption.operation, exemption.function,
+                        exemption.complaint == nullptr ? "not tried" : exemption.complaint,
+                        exemption.reason);
+        return complaints_ == 0;
+    }
+
+private:
+    /// The first time is for what the libraries set up once.
+    void run_without_fault(const Operation& operation)
+    {
+        run(operation, {});
+        const std::string complaint = run(operation, {});
+        if (!complaint.empty() || result_ == operation.refuses || threw_)
+            complain(complaint.empty() ? "does not do its work without a fault" : complaint);
+    }
+
+    void run_with_faults(const Operation& operation, Mode mode)
+    {
+        for (Plan plan{choice_.fault == 0 ? 1 : choice_.fault, 0, mode};; ++plan.at)
+        {
+            plan.way = 0;
+            do
+            {
+                const std::string complaint = run(operation, plan);
+                if (report_.fired == 0)
+                    return;
+                if (!complaint.empty() && fits(choice_.error, way_name(report_.error)))
+                    complain(operation, complaint);
+            } while (mode != Mode::all && ++plan.way < report_.ways);
+            points_ += mode == Mode::once ? 1 : 0;
+            if (choice_.fault != 0)
+                return;
+        }
+    }
+
+    std::string run(const Operation& operation, const Plan& plan)
+    {
+        constexpr unsigned limit = 20;
+        std::snprintf(running, sizeof running, "--operation %s --fault %u --mode %s (way %u)",
+                      operation.name.c_str(), plan.at, mode_names[static_cast<int>(plan.mode)],
+                      plan.way);
+        const test::Held before = test::Held::now();
+        world_.prepare(operation);
+        alarm(limit);
+        call(operation, plan);
+        std::string complaint = judge(operation, plan);
+        world_.release(operation);
+        alarm(0);
+        ++runs_;
+        const std::string left = left_behind(before);
+        return complaint.empty() ? left : complaint;
+    }
+
+    void call(const Operation& operation, const Plan& plan)
+    {
+        threw_ = false;
+        errno = 0;
+        faults::faults_arm(plan);
+        try
+        {
+            result_ = operation.run();
+            errno_ = errno;
+        }
+        catch (...)
+        {
+            threw_ = true;
+        }
+        report_ = faults::faults_disarm();
+    }
+
+    std::string judge(const Operation& operation, const Plan& plan)
+    {
+        if (threw_)
+            return operation.may_throw ? "" : "an exception came out";
+        std::string complaint = world_.judge(operation, result_, errno_, report_);
+        if (complaint.empty() && !result_ && plan.mode == Mode::once && report_.error > 0 &&
+            errno_ != report_.error && !operation.refuses)
+            complaint = "errno is " + way_name(errno_);
+        return complaint;
+    }
+
+    static std::string left_behind(const test::Held& before)
+    {
+        // The C library keeps the name of the time zone until it is asked for the next time.
+        tzset();
+        unsigned first = 0;
+        const std::size_t blocks = faults::faults_forget_allocations(&first);
+        const test::Held after = test::Held::now();
+        if (after.descriptors != before.descriptors)
+            return "a descriptor is left";
+        if (after.children != before.children)
+            return "a child is left";
+        if (after.signals != before.signals)
+            return "a signal's action or the mask is changed";
+        return blocks == 0 ? ""
+                           : std::to_string(blocks) + " blocks are left, the first of call " +
+                                 std::to_string(first);
+    }
+
+    void complain(const Operation& operation, const std::string& complaint)
+    {
+        for (const Exemption& exemption : exemptions)
+            if (exemption.complaint != nullptr &&
+                operation.name.rfind(exemption.operation, 0) == 0 &&
+                std::strstr(report_.function, exemption.function) != nullptr &&
+                complaint.rfind(exemption.complaint, 0) == 0)
+                return;
+        complain(complaint);
+    }
+
+    void complain(const std::string& complaint)
+    {
+        ++complaints_;
+        std::printf("%s: %s %s -> %s\n", running, report_.function, way_name(report_.error).c_str(),
+                    complaint.c_str());
+    }
+
+    Choice choice_;
+    test::World world_;
+    bool result_ = false;
+    bool threw_ = false;
+    int errno_ = 0;
+    Report report_;
+    unsigned operations_ = 0;
+    unsigned points_ = 0;
+    unsigned runs_ = 0;
+    unsigned complaints_ = 0;
+};
+
+/// Nothing here may be able to do harm.
+void become_ordinary_user()
+{
+    constexpr uid_t nobody = 65534;
+    if (geteuid() == 0 &&
+        (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0))
+        std::abort();
+    // So that it may still look at itself.
+    prctl(PR_SET_DUMPABLE, 1);
+}
+
+} // namespace
+
+/// sweep [--family F] [--operation O] [--fault N] [--errno E] [--mode M]
+int main(int count, char** arguments)
+{
+    Choice choice;
+    for (int i = 1; i + 1 < count; i += 2)
+    {
+        const std::string option = arguments[i];
+        if (option == "--family")
+            choice.family = arguments[i + 1];
+        else if (option == "--operation")
+            choice.operation = arguments[i + 1];
+        else if (option == "--fault")
+            choice.fault = static_cast<unsigned>(std::stoul(arguments[i + 1]));
+        else if (option == "--errno")
+            choice.error = arguments[i + 1];
+        else if (option == "--mode")
+            choice.mode = arguments[i + 1];
+    }
+    setlinebuf(stdout);
+    become_ordinary_user();
+    for (const int number : {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE})
+        signal(number, die);
+    Sweep sweep{std::move(choice)};
+    sweep.run_all();
+    return sweep.conclude() ? 0 : 1;
+}
