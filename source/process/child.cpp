@@ -1,5 +1,6 @@
 #include "source/process/child.h"
 
+#include <cerrno>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -15,16 +16,23 @@ public:
     {
         sigset_t all;
         sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &earlier_);
+        error_ = pthread_sigmask(SIG_SETMASK, &all, &earlier_);
     }
-    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &earlier_, nullptr); }
+    ~AllSignalsBlocked()
+    {
+        if (error_ == 0)
+            pthread_sigmask(SIG_SETMASK, &earlier_, nullptr);
+    }
     AllSignalsBlocked(const AllSignalsBlocked&) = delete;
     AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
 
+    /// Why they are not blocked; 0 when they are.
+    int error() const { return error_; }
     const sigset_t& earlier() const { return earlier_; }
 
 private:
-    sigset_t earlier_;
+    sigset_t earlier_{};
+    int error_;
 };
 
 /// A handler belongs to the caller: in the child, whose memory is the caller's until its program
@@ -66,6 +74,11 @@ void drop_handlers()
 pid_t start_child(const char* path, char* const* arguments, const ChildSignals& signals)
 {
     const AllSignalsBlocked blocked;
+    if (blocked.error() != 0)
+    {
+        errno = blocked.error();
+        return -1;
+    }
     const sigset_t& mask = signals.mask == nullptr ? blocked.earlier() : *signals.mask;
     const pid_t child = vfork();
     if (child == 0)
