@@ -1,4 +1,4 @@
-#include "platform/linux/owned_descriptor.h"
+#include "base/descriptor.h"
 #include "platform/linux/process_text.h"
 #include "platform/linux/read_text.h"
 
@@ -94,8 +94,7 @@ bool read_task(int pid, proc_taskallinfo& task)
 {
     // Both files through one descriptor of the process's folder: it never leads to another process
     // that was given the same id in between. What changes when a process ends comes from one file.
-    const OwnedDescriptor folder{
-        open(process_folder(pid).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const Descriptor folder = open_file(process_folder(pid).c_str(), O_RDONLY | O_DIRECTORY);
     std::string stat_text;
     std::string status_text;
     if (!folder || !read_one_piece(folder.get(), "stat", stat_text) ||

@@ -1,6 +1,6 @@
 #include "platform/linux/read_text.h"
 
-#include "platform/linux/owned_descriptor.h"
+#include "base/descriptor.h"
 
 #include <fcntl.h>
 
@@ -25,7 +25,7 @@ bool read_file(int folder, const char* path, std::string& text, bool in_one_piec
     constexpr std::size_t most = std::size_t{4} << 20U;
 
     text.clear();
-    const OwnedDescriptor file{openat(folder, path, O_RDONLY | O_CLOEXEC)};
+    const Descriptor file = open_at(folder, path, O_RDONLY);
     if (!file)
         return false;
     std::size_t length = 0;

@@ -1,4 +1,4 @@
-#include "source/file/descriptor.h"
+#include "base/descriptor.h"
 #include "source/file/folder.h"
 #include "source/operation.h"
 

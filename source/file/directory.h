@@ -1,6 +1,6 @@
 #pragma once
 
-#include "source/file/descriptor.h"
+#include "base/descriptor.h"
 
 #include <dirent.h>
 #include <memory>

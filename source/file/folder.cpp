@@ -26,7 +26,7 @@ bool make_level(const char* path)
         return true;
     if (reason != EEXIST)
         errno = reason;
-    else if (known)
+    else if (known || errno == ENOENT)
         errno = ENOTDIR;
     return false;
 }

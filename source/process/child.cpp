@@ -26,12 +26,12 @@ public:
     AllSignalsBlocked(const AllSignalsBlocked&) = delete;
     AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
 
-    /// The errno of the call when they could not be blocked.
+    /// Why they are not blocked; 0 when they are.
     int error() const { return error_; }
     const sigset_t& earlier() const { return earlier_; }
 
 private:
-    sigset_t earlier_;
+    sigset_t earlier_{};
     int error_;
 };
 

@@ -1,8 +1,8 @@
 #include "platform/linux/commands/system.h"
 
+#include "base/descriptor.h"
 #include "platform/linux/commands/text.h"
 #include "platform/linux/mount_table.h"
-#include "platform/linux/owned_descriptor.h"
 #include "platform/linux/read_text.h"
 
 #include <algorithm>
@@ -93,8 +93,7 @@ public:
     VolumeIdentity volume_identity(const std::string& mount_point) const override
     {
         VolumeIdentity identity;
-        const platform::OwnedDescriptor volume{
-            open(mount_point.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
+        const Descriptor volume = open_file(mount_point.c_str(), O_RDONLY | O_NONBLOCK);
         if (!volume)
             return identity;
         char label[FSLABEL_MAX] = "";
