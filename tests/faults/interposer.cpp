@@ -15,6 +15,7 @@
 #include <link.h>
 #include <pwd.h>
 #include <spawn.h>
+#include <stdio_ext.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -179,6 +180,16 @@ void mark_error(std::FILE* stream)
     stream->_flags |= error_seen;
 }
 
+/// When the system refuses what a stream's buffer holds, that is gone.
+template <class Write>
+void move_or_lose(Write* write_real, const void* from, std::size_t size, std::size_t count,
+                  std::FILE* stream)
+{
+    if (__fbufsize(stream) <= 1)
+        write_real(from, size, count, stream);
+    mark_error(stream);
+}
+
 /// What a call that failed was to fill must not be used.
 template <class Output>
 void spoil(Output* output)
@@ -308,8 +319,8 @@ extern "C"
     STAND_IN(std::size_t, fwrite,
              (const void* from, std::size_t size, std::size_t count, std::FILE* stream),
              (from, size, count, stream),
-             (real(from, size, count / 2, stream), mark_error(stream), fails(way, count / 2)),
-             ENOSPC, EIO, EINTR)
+             (move_or_lose(real, from, size, count / 2, stream), fails(way, count / 2)), ENOSPC,
+             EIO, EINTR)
     STAND_IN(int, fflush, (std::FILE * stream), (stream), (mark_error(stream), fails(way, EOF)),
              ENOSPC, EIO)
     STAND_IN(char*, fgets, (char* to, int size, std::FILE* stream), (to, size, stream),

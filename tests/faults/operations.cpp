@@ -301,26 +301,30 @@ void World::add_files(bool wide)
         deletion.touches = {"tree"};
         deletion.prepare = [this] { plant_tree(); };
     }
-    const auto copy = [=, this](const char* to, bool refuse)
+    const auto copy = [=](const std::string& from, const std::string& to, bool refuse)
     {
-        const std::string file = work_ + "/file";
-        return [=, wide_file = widened(file), path = work_ + "/" + to,
-                wide_path = widened(work_ + "/" + to)]
+        return [=, wide_from = widened(from), wide_to = widened(to)]
         {
-            return wide ? Mirovan_File_CopyFileW(wide_file.c_str(), wide_path.c_str(), refuse)
-                        : Mirovan_File_CopyFileA(file.c_str(), path.c_str(), refuse);
+            return wide ? Mirovan_File_CopyFileW(wide_from.c_str(), wide_to.c_str(), refuse)
+                        : Mirovan_File_CopyFileA(from.c_str(), to.c_str(), refuse);
         };
     };
     const std::set<uint64_t> codes = {ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED,
                                       ERROR_MIROVAN_FILE_COPY_FAILED,
                                       ERROR_MIROVAN_FILE_COPY_EXIST};
-    for (const char* to : {"new/copy", "other"})
-        add("CopyFile" + form + "." + to, "file", codes, 0, copy(to, false),
-            [=](Hit) { return is_content(to); })
+    const std::string file = work_ + "/file";
+    const std::string other = work_ + "/other";
+    const std::string fresh = work_ + "/new/copy";
+    // The kernel makes the last of these sources while it is read, and cannot copy it by itself.
+    const std::tuple<const char*, std::string, std::string> copies[] = {
+        {"", file, fresh}, {".over", file, other}, {".generated", "/proc/version", fresh}};
+    for (const auto& [name, from, to] : copies)
+        add("CopyFile" + form + name, "file", codes, 0, copy(from, to, false),
+            [from = from, to = to](Hit) { return read_file(to) == read_file(from); })
             .touches = {"new"};
-    Operation& refusal = add("CopyFile" + form + ".refused", "file", codes, 0, copy("other", true),
-                             [](Hit) { return false; });
-    refusal.promised = [this] { return read_file(work_ + "/other") == "another"; };
+    Operation& refusal = add("CopyFile" + form + ".refused", "file", codes, 0,
+                             copy(file, other, true), [](Hit) { return false; });
+    refusal.promised = [=] { return read_file(other) == "another"; };
     refusal.refuses = true;
 }
 

@@ -28,6 +28,8 @@ struct Exemption
 constexpr Exemption exemptions[] = {
     {"EnumFile", "openat", "errno is ENOENT",
      "a folder that may not be read is passed over, and errno then tells that nothing was found"},
+    {"CreateSparseFile", "fwrite", "an interrupted call",
+     "a stream whose write was interrupted has lost what its buffer held, and cannot go on"},
     {"SetProcessForCpu", "", "errno is EINVAL",
      "the home platform's thread calls report no errno; each of its results stands for one"},
     {"GetProcessForCpu", "", "errno is EINVAL", "likewise"},
@@ -174,6 +176,8 @@ private:
         if (threw_)
             return operation.may_throw ? "" : "an exception came out";
         std::string complaint = world_.judge(operation, result_, errno_, report_);
+        if (complaint.empty() && !result_ && errno_ == EINTR)
+            complaint = "an interrupted call is not made again";
         if (complaint.empty() && !result_ && plan.mode == Mode::once && report_.error > 0 &&
             errno_ != report_.error && !operation.refuses)
             complaint = "errno is " + way_name(errno_);
