@@ -9,7 +9,8 @@ from ._native import Error, library
 from .codes import RELEASE as __version__
 from .codes import ErrorCode
 
-__all__ = ["Error", "ErrorCode", "file", "hardware", "library_version", "process", "system"]
+__all__ = ["Error", "ErrorCode", "__version__", "file", "hardware", "library_version", "process",
+           "system"]
 
 
 def library_version() -> str:

@@ -57,20 +57,20 @@ class Int(c_int):
     """An int parameter; ctypes itself would cut a number that does not fit."""
 
     @classmethod
-    def from_param(cls, value: int) -> c_int:
+    def from_param(cls, value: int) -> Int:
         if not -0x80000000 <= value <= 0x7FFFFFFF:
             raise OverflowError(f"{value} is no C int")
-        return c_int(value)
+        return cls(value)
 
 
 class LongLong(c_longlong):
     """The same for a long long."""
 
     @classmethod
-    def from_param(cls, value: int) -> c_longlong:
+    def from_param(cls, value: int) -> LongLong:
         if not -(1 << 63) <= value < 1 << 63:
             raise OverflowError(f"{value} is no C long long")
-        return c_longlong(value)
+        return cls(value)
 
 
 Rows = POINTER(c_char_p)
