@@ -26,6 +26,9 @@ constexpr int folders = 1000;
 constexpr int files_in_a_folder = 200;
 constexpr std::size_t gibibyte = std::size_t{1} << 30;
 
+/// For what is short and at the mercy of all else that goes to the disk.
+constexpr int more_turns = 11;
+
 /// 200,000 files in 1,000 folders; one in four is a .txt.
 void make_tree(const std::string& top)
 {
@@ -215,7 +218,8 @@ void writing(bench::Table& table, const bench::Scratch& scratch)
         {[&] {
              bench::run_command({"dd", "if=/dev/zero", "of=" + other, "bs=1M", "count=1024"});
          },
-         prepare});
+         prepare},
+        more_turns);
     const std::string bytes(100'000'000, 'x');
     table.compare("saving 100 MB, beside one bare write", 1.1,
                   {[&]
@@ -225,7 +229,7 @@ void writing(bench::Table& table, const bench::Scratch& scratch)
                                path);
                    },
                    prepare},
-                  {[&] { bare_write(other, bytes); }, prepare});
+                  {[&] { bare_write(other, bytes); }, prepare}, more_turns);
     prepare();
 }
 
@@ -247,7 +251,8 @@ void copy_large(bench::Table& table, const bench::Scratch& scratch)
                   {[&] {
                        bench::run_command({"cp", "--reflink=never", source, other});
                    },
-                   prepare});
+                   prepare},
+                  more_turns);
     prepare();
     unlink(source.c_str());
 }
