@@ -168,8 +168,8 @@ void enumeration(bench::Table& table, const bench::Scratch& scratch)
                   }});
     const Paths list = bare_list(tree);
     table.compare_figures("memory of the list, beside the list itself", 1.3, bench::Unit::mebibytes,
-                          {bench::memory_of([&] { new Paths{our_list(tree)}; })},
-                          {bench::memory_of([&] { new Paths{list}; })});
+                          {bench::memory_of([&] { our_list(tree); })},
+                          {bench::memory_of([&] { const Paths copy{list}; })});
 }
 
 void deletion(bench::Table& table, const bench::Scratch& scratch)
@@ -220,7 +220,8 @@ void writing(bench::Table& table, const bench::Scratch& scratch)
          },
          prepare},
         more_turns);
-    const std::string bytes(100'000'000, 'x');
+    std::string bytes;
+    bytes.resize(100'000'000, 'x');
     table.compare("saving 100 MB, beside one bare write", 1.1,
                   {[&]
                    {

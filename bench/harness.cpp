@@ -51,7 +51,7 @@ double in_child(const std::function<double()>& measurement)
 {
     int ends[2];
     require(pipe2(ends, O_CLOEXEC) == 0, "pipe");
-    std::fflush(nullptr);
+    static_cast<void>(std::fflush(nullptr));
     const pid_t child = fork();
     require(child >= 0, "fork");
     if (child == 0)
@@ -190,12 +190,13 @@ void Table::print(const std::string& name, Unit unit, double ours, double refere
     std::printf(format_of(unit), ours, reference);
     const char* limit_unit = unit == Unit::nanoseconds_per_call ? " ns" : "   ";
     std::printf(" %6.2f %5.4g%s%s\n", ours / reference, limit, limit_unit, kept ? "" : " OVER");
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 void run_command(const std::vector<std::string>& words)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const auto& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);

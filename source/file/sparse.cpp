@@ -11,7 +11,7 @@ namespace
 {
 
 // Large enough to make the calls cheap, small enough for a processor's cache.
-constexpr long long block_size = 256 * 1024;
+constexpr long long block_size = 256LL * 1024;
 
 /// Writes zeros; false when not all of them could be written.
 bool write_zeros(std::FILE* stream, std::string_view zeros, long long size)

@@ -14,7 +14,7 @@ struct CloseStream
     void operator()(std::FILE* stream) const
     {
         const int kept_errno = errno;
-        std::fclose(stream);
+        static_cast<void>(std::fclose(stream));
         errno = kept_errno;
     }
 };
@@ -32,7 +32,7 @@ inline Stream open_for_writing(const char* path)
     if (stream)
     {
         file.release();
-        std::setvbuf(stream.get(), nullptr, _IONBF, 0);
+        static_cast<void>(std::setvbuf(stream.get(), nullptr, _IONBF, 0));
     }
     return stream;
 }
