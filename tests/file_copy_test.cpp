@@ -60,7 +60,7 @@ TEST_P(FileCopying, GivesTheContent)
 TEST_P(FileCopying, GivesThePermissionBits)
 {
     const std::string source = scratch_.file("source", "x");
-    for (const mode_t mode : {0600, 0666, 0755, 0444, 0711})
+    for (const mode_t mode : {0600U, 0666U, 0755U, 0444U, 0711U})
         for (const bool exists : {false, true})
         {
             ASSERT_EQ(chmod(source.c_str(), mode), 0);

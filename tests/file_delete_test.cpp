@@ -118,9 +118,9 @@ TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
                          {
                              while (!over)
                              {
-                                 rename(victim.c_str(), (scratch_ / "tree/moved").c_str());
-                                 std::error_code there_already;
-                                 fs::create_symlink(scratch_ / "outside", victim, there_already);
+                                 std::error_code meanwhile;
+                                 fs::rename(victim, scratch_ / "tree/moved", meanwhile);
+                                 fs::create_symlink(scratch_ / "outside", victim, meanwhile);
                                  unlink(victim.c_str());
                              }
                          }};
