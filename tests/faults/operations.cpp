@@ -98,6 +98,7 @@ World::World()
                                                                                           "C.UTF-8"}
 {
     fs::permissions(work_, fs::perms::all);
+    fs::permissions(table_, fs::perms{0666});
     add_commands();
     for (const bool wide : {false, true})
     {
@@ -156,6 +157,8 @@ void World::prepare(const Operation& operation)
         fs::remove_all(entry.path());
     std::ofstream{work_ + "/file"} << content;
     std::ofstream{work_ + "/other"} << "another";
+    std::ofstream{work_ + "/filler"};
+    fs::remove(scratch_ / "ran");
     room_.open(operation.room);
     if (operation.prepare)
         operation.prepare();
@@ -554,6 +557,7 @@ void World::add_process_control()
                 std::ofstream{table_} << "user " << sleeper_ << " 0.0 wanted\n";
             };
             stop.asks_commands = by_name;
+            stop.resets_child_signal = ignore_child;
         }
     auto* const id = at<unsigned long>();
     add(
@@ -693,10 +697,9 @@ void World::add_commands_run()
                                             ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK};
     add(
         "SystemEx", "command", shell_codes, 0,
-        [line = "echo done >'" + work_ + "/ran'"]
+        [line = "echo done >'" + (scratch_ / "ran") + "'"]
         { return Mirovan_System_SystemEx(line.c_str(), 10); },
-        [this](Hit hit) { return was(hit, "execv") || read_file(work_ + "/ran") == "done\n"; })
-        .touches = {"ran"};
+        [this](Hit hit) { return was(hit, "execv") || read_file(scratch_ / "ran") == "done\n"; });
     add(
         "SystemEx.limit", "command", shell_codes, 0,
         [] { return Mirovan_System_SystemEx("exec sleep 0.1", 0); }, [](Hit) { return true; });

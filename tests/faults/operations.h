@@ -54,6 +54,7 @@ struct Operation
     bool asks_commands = false; ///< The answer is that of programs on PATH.
     bool refuses = false;       ///< It fails even when all is well.
     bool may_throw = false;
+    bool resets_child_signal = false;
     bool leaves_error = false; ///< The error state may tell of a part that failed.
 };
 
