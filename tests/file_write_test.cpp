@@ -187,28 +187,25 @@ INSTANTIATE_TEST_SUITE_P(Forms, FileWriting, testing::Bool(),
 
 TEST(FileArguments, AreRefused)
 {
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderA(nullptr),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(nullptr),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER, EINVAL);
-    const test::Scratch scratch;
-    const std::string path = scratch / "x/file";
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA(nullptr, "", 0), ERROR_MIROVAN_FILE_SAVE_PARAMETER);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(L"x", nullptr, 0), ERROR_MIROVAN_FILE_SAVE_PARAMETER);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA(path.c_str(), "", -1),
-                 ERROR_MIROVAN_FILE_SAVE_PARAMETER, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateSparseFileA(nullptr, 1), ERROR_MIROVAN_FILE_SPARSE_PARAMETER);
-    EXPECT_FAILS(Mirovan_File_CreateSparseFileW(nullptr, 1), ERROR_MIROVAN_FILE_SPARSE_PARAMETER);
-    EXPECT_FALSE(fs::exists(scratch / "x"));
+    constexpr auto bad_folder = ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER;
+    constexpr auto bad_save = ERROR_MIROVAN_FILE_SAVE_PARAMETER;
+    constexpr auto bad_zeros = ERROR_MIROVAN_FILE_SPARSE_PARAMETER;
+    EXPECT_FAILS(Mirovan_File_CreateMutilFolderA(nullptr), bad_folder, EINVAL);
+    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(nullptr), bad_folder, EINVAL);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA(nullptr, "", 0), bad_save, EINVAL);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(L"/none/x", nullptr, 0), bad_save, EINVAL);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA("/none/x", "", -1), bad_save, EINVAL);
+    EXPECT_FAILS(Mirovan_File_CreateSparseFileA(nullptr, 1), bad_zeros, EINVAL);
+    EXPECT_FAILS(Mirovan_File_CreateSparseFileW(nullptr, 1), bad_zeros, EINVAL);
 
     // No text: half of a surrogate pair, in the last part of a path and in its folder.
+    const test::Scratch scratch;
     const std::wstring name = widened(scratch.path()) + L"/\xD800";
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(name.c_str()),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EILSEQ);
+    constexpr auto no_folder = ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED;
+    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(name.c_str()), no_folder, EILSEQ);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW((name + L"/x").c_str(), "", 0), no_folder, EILSEQ);
     EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(name.c_str(), "", 0), ERROR_MIROVAN_FILE_SAVE_OPEN,
                  EILSEQ);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW((name + L"/x").c_str(), "", 0),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EILSEQ);
     EXPECT_FAILS(Mirovan_File_CreateSparseFileW(name.c_str(), 1), ERROR_MIROVAN_FILE_SPARSE_OPEN,
                  EILSEQ);
     EXPECT_TRUE(fs::is_empty(scratch.path()));
