@@ -33,7 +33,7 @@ expect 0 '^$'                           "echo; volumes_running_full $((filled + 
 expect 3 'DISK_STATFS'                  'volumes_running_full 100 /nonexistent'
 expect 2 '^usage'                       'volumes_running_full 101'
 expect 0 '^[0-9]+ .*sleep of .* waiting .* 1 threads .* ended' \
-    'sleep 2 & watch_process $! | tr "\n" " "'
+    'sleep 4 & watch_process $! | tr "\n" " "'
 expect 1 'PROCESS_ACCESS'               'watch_process 2147483647'
 rm "$scratch/output"
 rmdir "$scratch" || failed=1
