@@ -174,7 +174,7 @@ typedef struct tag_Mirovan_Cpu_Information
     char tszProcessorName[128];  /**< Name of the processor. */
     char tszModelIdentifier[64]; /**< Model identifier of the machine. */
     int32_t nProcessorSpeed;     /**< Speed in MHz. */
-    int32_t nProcessorOnline;    /**< Processors online. */
+    int32_t nProcessorOnline;    /**< Processors online; -1 when the system does not tell. */
     uint32_t nHardwareThreads;   /**< Hardware threads. */
 } tag_Mirovan_Cpu_Information;
 
@@ -405,7 +405,8 @@ extern "C"
      *         memory (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing found (the count
      * is 0, and the table null).
      *
-     * Folders that may not be read are listed and passed over. Threads: any. From: open(),
+     * Folders that may not be read are listed and passed over; an entry whose status cannot be read
+     * is left out. Threads: any. From: open(),
      * directory reading, lstat().
      */
     MIROVAN_API bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList,
@@ -520,8 +521,8 @@ extern "C"
      *         argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the destination exists and must not;
      *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder cannot be made;
      *         ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source is missing or no regular
-     *         file, both are the same file, the destination is not writable, or a path is too long.
-     *         When the folder was made on the way, the code reads
+     *         file, both are the same file, the destination is not writable, whether it exists
+     * cannot be told, or a path is too long. When the folder was made on the way, the code reads
      * ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the success.
      *
      * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
@@ -599,9 +600,9 @@ extern "C"
      *                      as much as fits. The first of tszSystemSerial, tszPlatformSerial,
      *                      tszVolumeUUID and tszHardwareUUID that begins with "None" or "null", in
      *                      any case, is cleared.
-     * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record.
-     *         What cannot be found stays empty and is no failure; the flag and code are then those
-     *         that the last of the four commands left.
+     * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
+     *         or memory ran out. What cannot be found stays empty and is no failure; the flag and
+     * code are then those that the last of the four commands left.
      *
      * Blocks while four commands run. Threads: any. From: the outputs of system_profiler and ioreg
      * through the shell, with grep, head, awk, sed and xxd.
