@@ -51,7 +51,7 @@ double in_child(const std::function<double()>& measurement)
 {
     int ends[2];
     require(pipe2(ends, O_CLOEXEC) == 0, "pipe");
-    std::fflush(nullptr);
+    static_cast<void>(std::fflush(nullptr));
     const pid_t child = fork();
     require(child >= 0, "fork");
     if (child == 0)
@@ -102,15 +102,15 @@ double median(std::vector<double> figures)
 }
 
 /// Fills the figures of both sides, which take turns at going first.
-void measure(Clock clock, const Side& ours, const Side& reference, std::vector<double>& our_figures,
-             std::vector<double>& reference_figures)
+void measure(int turns, Clock clock, const Side& ours, const Side& reference,
+             std::vector<double>& our_figures, std::vector<double>& reference_figures)
 {
-    for (int round = 0; round < rounds; ++round)
+    for (int turn = 0; turn < turns; ++turn)
     {
-        if (round % 2 == 0)
+        if (turn % 2 == 0)
             our_figures.push_back(seconds_of(ours, clock));
         reference_figures.push_back(seconds_of(reference, clock));
-        if (round % 2 != 0)
+        if (turn % 2 != 0)
             our_figures.push_back(seconds_of(ours, clock));
     }
 }
@@ -137,18 +137,20 @@ Table::Table(const std::string& title)
 {
     utsname system{};
     uname(&system);
-    std::printf("%s\n%s, %u processors, %s, %s %s; load %s\nmedians of %d runs, taken in turn\n\n",
-                title.c_str(), proc_line("/proc/cpuinfo", "model name").c_str(),
-                std::thread::hardware_concurrency(), proc_line("/proc/meminfo", "MemTotal").c_str(),
-                system.sysname, system.release, load().c_str(), rounds);
+    std::printf(
+        "%s\n%s, %u processors, %s, %s %s; load %s\nmedians of %d runs or more, taken in turn\n\n",
+        title.c_str(), proc_line("/proc/cpuinfo", "model name").c_str(),
+        std::thread::hardware_concurrency(), proc_line("/proc/meminfo", "MemTotal").c_str(),
+        system.sysname, system.release, load().c_str(), rounds);
     std::printf("%-46s %12s %12s %7s %8s\n", "", "ours", "reference", "ratio", "limit");
 }
 
-void Table::compare(const std::string& name, double limit, const Side& ours, const Side& reference)
+void Table::compare(const std::string& name, double limit, const Side& ours, const Side& reference,
+                    int turns)
 {
     std::vector<double> our_times;
     std::vector<double> reference_times;
-    measure(elapsed_seconds, ours, reference, our_times, reference_times);
+    measure(turns, elapsed_seconds, ours, reference, our_times, reference_times);
     compare_figures(name, limit, Unit::seconds, std::move(our_times), std::move(reference_times));
 }
 
@@ -190,7 +192,8 @@ void Table::compare_calls(const std::string& name, double limit_ns, long calls,
     };
     std::vector<double> our_times;
     std::vector<double> reference_times;
-    measure(processor_seconds, {repeated(ours)}, {repeated(reference)}, our_times, reference_times);
+    measure(rounds, processor_seconds, {repeated(ours)}, {repeated(reference)}, our_times,
+            reference_times);
     const double scale = 1e9 / static_cast<double>(calls);
     const double our_time = median(our_times) * scale;
     print(name, Unit::nanoseconds_per_call, our_time, median(reference_times) * scale, our_time,
@@ -214,12 +217,13 @@ void Table::print(const std::string& name, Unit unit, double ours, double refere
     std::printf(format_of(unit), ours, reference);
     const char* limit_unit = unit == Unit::nanoseconds_per_call ? " ns" : "   ";
     std::printf(" %6.2f %5.4g%s%s\n", ours / reference, limit, limit_unit, kept ? "" : " OVER");
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 void run_command(const std::vector<std::string>& words)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const auto& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);

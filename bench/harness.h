@@ -9,6 +9,9 @@
 namespace bench
 {
 
+/// How often each side is run, unless a comparison asks for more turns.
+inline constexpr int rounds = 5;
+
 /// One side of a comparison. Every turn runs in a child process; what prepares it runs before,
 /// here, and is not timed.
 struct Side
@@ -33,7 +36,8 @@ public:
     explicit Table(const std::string& title);
 
     /// Times both sides in turn, and prints the medians, their ratio and the limit on it.
-    void compare(const std::string& name, double limit, const Side& ours, const Side& reference);
+    void compare(const std::string& name, double limit, const Side& ours, const Side& reference,
+                 int turns = rounds);
 
     /// The same for what takes microseconds, or needs this process: both sides run here, many times
     /// in many short turns.
@@ -58,9 +62,6 @@ private:
 
     int over_ = 0;
 };
-
-/// How often each side is run.
-inline constexpr int rounds = 5;
 
 /// Runs a program found on PATH, its output thrown away; ends the benchmark when it fails.
 void run_command(const std::vector<std::string>& words);

@@ -364,7 +364,7 @@ extern "C"
      * folder was made on the way, the code reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the
      * success.
      *
-     * Threads: any. From: stat(), mkdir(), fopen(), fwrite().
+     * Threads: any. From: stat(), mkdir(), open(), fwrite().
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer,
                                                   int nBufLen);
@@ -379,7 +379,7 @@ extern "C"
      *         ::ERROR_MIROVAN_FILE_SAVE_OPEN, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
      * is the folder part that is not.
      *
-     * Threads: any. From: stat(), mkdir(), fopen(), fwrite().
+     * Threads: any. From: stat(), mkdir(), open(), fwrite().
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
                                                   int nBufLen);
@@ -459,6 +459,8 @@ extern "C"
      * @brief Deletes a folder tree, or all that is in it.
      *
      * Links inside the tree are removed, never followed. What cannot be removed is passed over.
+     * When the path itself is a link to a folder, bDelRoot removes the link alone; without it, what
+     * is in that folder goes.
      *
      * @param lpszPath path of the folder, UTF-8. One that does not exist, or is no folder, counts
      * as success and nothing is deleted.
@@ -492,7 +494,7 @@ extern "C"
      *         path or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
      *         ::ERROR_MIROVAN_FILE_SPARSE_WRITE not all could be written (the file is left short).
      *
-     * Threads: any. From: fopen(), fwrite().
+     * Threads: any. From: open(), fwrite().
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize);
 
@@ -504,7 +506,7 @@ extern "C"
      * @return as Mirovan_File_CreateSparseFileA(); a path that is too long or no valid text gives
      *         ::ERROR_MIROVAN_FILE_SPARSE_OPEN.
      *
-     * Threads: any. From: fopen(), fwrite().
+     * Threads: any. From: open(), fwrite().
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize);
 

@@ -54,6 +54,7 @@ inline const std::error_category& error_category() noexcept
 class error : public std::system_error
 {
 public:
+    /** A failure of an operation, with the errno behind it. */
     error(std::error_code code, int system_errno, const char* operation)
         : std::system_error(code, operation), system_(system_errno, std::generic_category())
     {
@@ -74,6 +75,8 @@ class path_argument
 {
 public:
     // Implicit, so that a path is given as it is at hand.
+    /** A path in any of the forms. */
+    /** @{ */
     path_argument(const char* path) : path_{std::string{path}} {}
     path_argument(std::string path) : path_{std::move(path)} {}
     path_argument(std::string_view path) : path_{std::string{path}} {}
@@ -82,6 +85,7 @@ public:
     path_argument(std::wstring path) : path_{std::move(path)} {}
     path_argument(std::u32string_view path) : path_{std::wstring(path.begin(), path.end())} {}
     path_argument(const std::u32string& path) : path_argument{std::u32string_view{path}} {}
+    /** @} */
 
     /** Calls the narrow or the wide function with the path in front of the other arguments. */
     template <class Narrow, class Wide, class... Arguments>
@@ -203,15 +207,16 @@ private:
 namespace file
 {
 
+/** What attributes() tells. */
 struct attributes_record
 {
-    std::uint64_t size = 0;
+    std::uint64_t size = 0;            /**< In bytes. */
     std::chrono::sys_seconds changed;  /**< Last change of the status. */
     std::chrono::sys_seconds accessed; /**< Last access. */
     std::chrono::sys_seconds modified; /**< Last modification. */
-    bool is_file = false;
-    bool is_hidden = false;
-    bool is_readable = false;
+    bool is_file = false;              /**< False for a folder. */
+    bool is_hidden = false;            /**< The path as given begins with a dot. */
+    bool is_readable = false;          /**< By this process. */
 };
 
 /** See Mirovan_File_GetFileAttrA(). */
@@ -349,11 +354,12 @@ enum class file_system
     apfs = 5
 };
 
+/** What volume() tells. */
 struct volume_record
 {
-    file_system kind = file_system::other;
-    std::uint64_t size = 0;      /**< In bytes. */
-    std::uint64_t available = 0; /**< In bytes, for an ordinary user. */
+    file_system kind = file_system::other; /**< Its file system. */
+    std::uint64_t size = 0;                /**< In bytes. */
+    std::uint64_t available = 0;           /**< In bytes, for an ordinary user. */
 };
 
 /** See Mirovan_HardWare_GetDiskInfomation(). */
@@ -376,13 +382,14 @@ inline name_list volume_names(std::error_code& ec = throws)
     return {table, count};
 }
 
+/** What processor() tells; what the machine does not is empty or 0. */
 struct processor_record
 {
-    std::string name;
-    std::string model;
-    int megahertz = 0;
-    int online = 0;
-    unsigned threads = 0;
+    std::string name;     /**< Name of the processor. */
+    std::string model;    /**< Model identifier of the machine. */
+    int megahertz = 0;    /**< Speed. */
+    int online = 0;       /**< Processors online. */
+    unsigned threads = 0; /**< Hardware threads. */
 };
 
 /** See Mirovan_HardWare_GetCpuInfomation(). */
@@ -394,12 +401,13 @@ inline processor_record processor(std::error_code& ec = throws)
             record.nProcessorOnline, record.nHardwareThreads};
 }
 
+/** What serials() tells; what the machine does not is empty. */
 struct serial_record
 {
-    std::string platform;
-    std::string system;
-    std::string volume_uuid;
-    std::string hardware_uuid;
+    std::string platform;      /**< Serial number in the device registry. */
+    std::string system;        /**< Serial number in the hardware report. */
+    std::string volume_uuid;   /**< Of the first volume in the storage report. */
+    std::string hardware_uuid; /**< Of the hardware. */
 };
 
 /** See Mirovan_HardWare_GetSerial(). */
@@ -420,8 +428,8 @@ namespace process
 /** Which lines of an output to take: so many (0: all) from this one on, counted from 1. */
 struct lines
 {
-    int count = 0;
-    int first = 1;
+    int count = 0; /**< How many; 0 for all. */
+    int first = 1; /**< Number of the first. */
 };
 
 /** The output of a shell command, of any length; see Mirovan_Process_ReadCmdLines(). */
@@ -440,16 +448,17 @@ inline std::string output(const std::string& command, lines selection = {},
     return text;
 }
 
+/** What info() tells. */
 struct info_record
 {
-    int id = 0;
-    int threads = 0;
-    std::string name;
-    std::string user;
-    bool running = false;
+    int id = 0;                      /**< Process id. */
+    int threads = 0;                 /**< Number of threads. */
+    std::string name;                /**< The system's short name for it. */
+    std::string user;                /**< Login name of its user. */
+    bool running = false;            /**< It runs or is about to. */
     std::uint64_t virtual_size = 0;  /**< In bytes, below 16 GiB. */
     std::uint64_t resident_size = 0; /**< In bytes, below 16 GiB. */
-    int page_ins = 0;
+    int page_ins = 0;                /**< Page-ins divided by 4. */
 };
 
 /** See Mirovan_Process_GetProcessInfo(). */
@@ -565,12 +574,13 @@ inline void set_affinity_tag(pthread_t thread, int tag, std::error_code& ec = th
 namespace system
 {
 
+/** What version() tells. */
 struct version_record
 {
-    std::string name;
-    std::string release;
-    std::string code_name;
-    unsigned long type = 0;
+    std::string name;       /**< The system's name. */
+    std::string release;    /**< The kernel's release. */
+    std::string code_name;  /**< Code name of the system. */
+    unsigned long type = 0; /**< Number of the kind of system. */
 };
 
 /** See Mirovan_System_GetSystemVer(). */
@@ -601,10 +611,11 @@ inline std::string host_name()
     return name;
 }
 
+/** The main display; 0 by 0 without one. */
 struct screen_size
 {
-    int width = 0;
-    int height = 0;
+    int width = 0;  /**< In pixels. */
+    int height = 0; /**< In pixels. */
 };
 
 /** See Mirovan_System_GetScreen(). */
@@ -625,11 +636,12 @@ inline std::string language(std::error_code& ec = throws)
     return text;
 }
 
+/** What memory() tells. */
 struct memory_record
 {
     std::uint64_t total = 0; /**< In bytes. */
     std::uint64_t free = 0;  /**< In bytes. */
-    int free_percent = 0;
+    int free_percent = 0;    /**< Whole percent. */
 };
 
 /** See Mirovan_System_GetMemoryUsage(). */

@@ -1,7 +1,7 @@
+#include "tests/support/meanwhile.h"
 #include "tests/support/narrow_place.h"
 #include "tests/support/support.h"
 
-#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -113,17 +113,13 @@ TEST_P(FileDeletion, TogetherWithAnother)
 TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
 {
     const std::string victim = scratch_ / "tree/a";
-    std::atomic<bool> over = false;
-    std::thread attacker{[&]
-                         {
-                             while (!over)
-                             {
-                                 rename(victim.c_str(), (scratch_ / "tree/moved").c_str());
-                                 std::error_code there_already;
-                                 fs::create_symlink(scratch_ / "outside", victim, there_already);
-                                 unlink(victim.c_str());
-                             }
-                         }};
+    const test::Meanwhile attacker{[&]
+                                   {
+                                       std::error_code failed;
+                                       fs::rename(victim, scratch_ / "tree/moved", failed);
+                                       fs::create_symlink(scratch_ / "outside", victim, failed);
+                                       unlink(victim.c_str());
+                                   }};
     for (int round = 0; round < 300 && !HasFailure(); ++round)
     {
         for (const char* folder : {"outside", "tree/a/b", "tree/a"})
@@ -135,8 +131,6 @@ TEST_P(FileDeletion, NeverFollowsALinkPutInAFoldersPlace)
         remove(scratch_ / "tree", round % 2 == 0);
         EXPECT_TRUE(fs::exists(scratch_ / "outside/kept")) << round;
     }
-    over = true;
-    attacker.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, FileDeletion, testing::Bool(),

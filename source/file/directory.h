@@ -72,8 +72,8 @@ private:
     Descriptor reopened_;
     dev_t device_ = 0;
     ino_t inode_ = 0;
-    /// What was read ahead: kind, name and NUL of each entry. The names stay where they are when the
-    /// folder is moved.
+    /// What was read ahead: kind, name and NUL of each entry. The names stay where they are when
+    /// the folder is moved.
     std::vector<char> ahead_;
     std::size_t ahead_position_ = 0;
     bool read_ahead_ = false;

@@ -78,8 +78,9 @@ void append(std::list<std::string>& list, const std::string& path)
 
 void append(std::list<std::wstring>& list, const std::string& path)
 {
-    // A copy, which takes no more room than it needs.
-    list.push_back(std::wstring{widened(path)});
+    // Copied, so that it takes no more room than it needs.
+    const std::wstring wide = widened(path);
+    list.push_back(wide);
 }
 
 template <class Char>

@@ -2,31 +2,10 @@
 #include "source/file/stream.h"
 #include "source/operation.h"
 
-#include <string_view>
-
 namespace mirovan
 {
 namespace
 {
-
-/// Writes until nothing is left or nothing moves any more.
-bool write_all(std::FILE* stream, std::string_view bytes)
-{
-    // Without a buffer of the stream's own the write itself tells of a full disk, and the caller's
-    // buffer is not copied.
-    std::setvbuf(stream, nullptr, _IONBF, 0);
-    std::size_t written = 0;
-    do
-    {
-        errno = 0;
-        const std::size_t moved =
-            std::fwrite(bytes.data() + written, 1, bytes.size() - written, stream);
-        if (moved == 0 && written != bytes.size() && errno != EINTR)
-            return false;
-        written += moved;
-    } while (written != bytes.size());
-    return true;
-}
 
 template <class Form>
 bool save_buffer(const typename Form::Char* file, const char* bytes, int length)

@@ -8,8 +8,8 @@ namespace mirovan
 {
 
 PieceReader::PieceReader(int descriptor, std::size_t piece_limit)
-    : descriptor_{descriptor},
-      piece_limit_{piece_limit}, block_{std::make_unique<char[]>(block_size + 1)}
+    : descriptor_{descriptor}, piece_limit_{piece_limit}, block_{std::make_unique<char[]>(
+                                                              block_size + 1)}
 {
 }
 

@@ -1,0 +1,19 @@
+"""What the operating system knows and does, through libmirovan.
+
+Each function is one call of the C interface, whose manual is mirovan.h. A failed call raises
+`Error`, with the error of the calling thread.
+"""
+
+from . import file, hardware, process, system
+from ._native import Error, library
+from .codes import RELEASE as __version__
+from .codes import ErrorCode
+
+__all__ = ["Error", "ErrorCode", "__version__", "file", "hardware", "library_version", "process",
+           "system"]
+
+
+def library_version() -> str:
+    """The release of the shared library in use."""
+    version: str = library.Mirovan_GetVersion().decode()
+    return version
