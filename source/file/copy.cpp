@@ -44,7 +44,7 @@ public:
         if (created)
             return same_mode || fchmod(file_.get(), mode) == 0 || errno == EPERM;
         return may_replace(status, source) && (same_mode || fchmod(file_.get(), mode) == 0) &&
-               (status.st_size == 0 || ftruncate(file_.get(), 0) == 0);
+               (status.st_size == 0 || cut_to_nothing());
     }
 
     int get() const { return file_.get(); }
@@ -54,6 +54,15 @@ private:
     {
         const bool same = status.st_dev == source.st_dev && status.st_ino == source.st_ino;
         return is_regular(status) && (!same || refuse(EEXIST));
+    }
+
+    bool cut_to_nothing()
+    {
+        int result = 0;
+        do
+            result = ftruncate(file_.get(), 0);
+        while (result != 0 && errno == EINTR);
+        return result == 0;
     }
 
     Descriptor file_;
