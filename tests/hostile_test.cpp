@@ -19,19 +19,26 @@
 // These take the place of the C library's for the whole program, which runs without privileges
 // besides: nothing here may halt a machine.
 #pragma GCC visibility push(default)
-extern "C" int reboot(int /*command*/)
+extern "C"
+{
+    int stand_in_reboot(int command) __asm__("reboot");
+    void stand_in_sync() __asm__("sync");
+    int stand_in_system(const char* command) __asm__("system");
+    int stand_in_getlogin_r(char* name, std::size_t size) __asm__("getlogin_r");
+}
+int stand_in_reboot(int /*command*/)
 {
     return 0;
 }
-extern "C" void sync() {}
-extern "C" int system(const char* command)
+void stand_in_sync() {}
+int stand_in_system(const char* command)
 {
     // Without PATH a shell would find the machine's own commands. One that finds none ends so.
     static auto* const real = reinterpret_cast<int (*)(const char*)>(dlsym(RTLD_NEXT, "system"));
     constexpr int not_found = 127 << 8;
     return std::getenv("PATH") == nullptr ? not_found : real(command);
 }
-extern "C" int getlogin_r(char* /*name*/, size_t /*size*/)
+int stand_in_getlogin_r(char* /*name*/, std::size_t /*size*/)
 {
     return ENOTTY;
 }

@@ -41,15 +41,12 @@ struct Report
     unsigned ways = 0;         ///< and in how many ways it can.
 };
 
-extern "C"
-{
-    /// From here on the calls of this thread count.
-    void faults_arm(const Plan& plan);
-    Report faults_disarm();
+/// From here on the calls of this thread count.
+void faults_arm(const Plan& plan);
+Report faults_disarm();
 
-    /// How many allocations that were made while calls counted have not been given back, and which
-    /// of these calls made the first one. They are forgotten.
-    std::size_t faults_forget_allocations(unsigned* first);
-}
+/// How many allocations that were made while calls counted have not been given back, and which
+/// of these calls made the first one. They are forgotten.
+std::size_t faults_forget_allocations(unsigned* first);
 
 } // namespace faults

@@ -219,28 +219,34 @@ void forget(void* block)
 } // namespace
 
 #pragma GCC visibility push(default)
+namespace faults
+{
+
+void faults_arm(const Plan& new_plan)
+{
+    dl_iterate_phdr(note_library, nullptr);
+    plan = new_plan;
+    report = {};
+    process = getpid();
+    armed = true;
+}
+
+Report faults_disarm()
+{
+    armed = false;
+    return report;
+}
+
+std::size_t faults_forget_allocations(unsigned* first)
+{
+    *first = allocation_count == 0 ? 0 : allocations[0].call;
+    return std::exchange(allocation_count, 0);
+}
+
+} // namespace faults
+
 extern "C"
 {
-    void faults_arm(const Plan& new_plan)
-    {
-        dl_iterate_phdr(note_library, nullptr);
-        plan = new_plan;
-        report = {};
-        process = getpid();
-        armed = true;
-    }
-
-    Report faults_disarm()
-    {
-        armed = false;
-        return report;
-    }
-
-    std::size_t faults_forget_allocations(unsigned* first)
-    {
-        *first = allocation_count == 0 ? 0 : allocations[0].call;
-        return std::exchange(allocation_count, 0);
-    }
 
 // A stand-in for a function of the C library, under a name of its own here so that it does not have
 // to repeat how the system's headers declare it. `when` tells the calls that count, `instead` what
