@@ -146,9 +146,10 @@ void our_rows(const std::string& top)
 }
 
 /// One of our operations in a process of its own, to be put beside a command.
-void run_ours(const std::string& operation, const std::string& path, const std::string& other = "")
+void run_ours(const std::string& operation, const std::string& first,
+              const std::string& second = "")
 {
-    bench::run_command({"/proc/self/exe", operation, path, other});
+    bench::run_command({"/proc/self/exe", operation, first, second});
 }
 
 /// What that process does.
@@ -182,7 +183,7 @@ void enumeration(bench::Table& table, const bench::Scratch& scratch)
     const Paths list = bare_list(tree);
     table.compare_figures("memory of the list, beside the list itself", 1.3, bench::Unit::mebibytes,
                           {bench::memory_of([&] { our_list(tree); })},
-                          {bench::memory_of([&] { const Paths copy{list}; })});
+                          {bench::memory_of([&] { const Paths copy(list.begin(), list.end()); })});
 }
 
 void deletion(bench::Table& table, const bench::Scratch& scratch)
