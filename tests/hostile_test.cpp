@@ -124,7 +124,7 @@ void close_many()
         close(descriptor);
 }
 
-void limit_address_space(std::size_t spare)
+[[maybe_unused]] void limit_address_space(std::size_t spare)
 {
     std::ifstream statistics{"/proc/self/statm"};
     std::size_t pages = 0;

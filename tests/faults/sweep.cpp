@@ -264,6 +264,14 @@ int main(int count, char** arguments)
             choice.mode = arguments[i + 1];
     }
     setlinebuf(stdout);
+    try
+    {
+        // The first exception sets up what the C++ library keeps for the others.
+        throw 0;
+    }
+    catch (int)
+    {
+    }
     become_ordinary_user();
     for (const int number : {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE})
         signal(number, die);
