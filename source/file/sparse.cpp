@@ -3,19 +3,38 @@
 #include "source/operation.h"
 
 #include <algorithm>
-#include <string>
+#include <cstdlib>
+#include <memory>
+#include <new>
 
 namespace mirovan
 {
 namespace
 {
 
-// Large enough to make the calls cheap, small enough for a processor's cache.
-constexpr long long block_size = 256LL * 1024;
+// The larger a write is, the larger are the pieces of memory that the system keeps it in.
+constexpr long long block_size = 1024LL * 1024;
+
+struct FreeMemory
+{
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+/// Zeros as the system hands them out: no memory is touched to make them.
+std::unique_ptr<char, FreeMemory> make_zeros(std::size_t size)
+{
+    std::unique_ptr<char, FreeMemory> zeros{static_cast<char*>(std::calloc(size, 1))};
+    if (!zeros)
+        throw std::bad_alloc{};
+    return zeros;
+}
 
 /// Writes zeros; false when not all of them could be written.
-bool write_zeros(std::FILE* stream, std::string_view zeros, long long size)
+bool write_zeros(std::FILE* stream, long long size)
 {
+    const auto block = static_cast<std::size_t>(std::min(size, block_size));
+    const auto memory = make_zeros(block);
+    const std::string_view zeros{memory.get(), block};
     for (long long left = size; left > 0; left -= block_size)
         if (!write_all(stream,
                        zeros.substr(0, static_cast<std::size_t>(std::min(left, block_size)))))
@@ -28,13 +47,12 @@ bool create_zero_filled(const typename Form::Char* file, long long size)
 {
     if (file == nullptr || size <= 0)
         return fail(ERROR_MIROVAN_FILE_SPARSE_PARAMETER, EINVAL);
-    const std::string zeros(block_size, '\0');
     PathBuffer converted;
     const char* native = Form::native(file, converted);
     const Stream stream = native != nullptr ? open_for_writing(native) : nullptr;
     if (!stream)
         return fail(ERROR_MIROVAN_FILE_SPARSE_OPEN);
-    return write_zeros(stream.get(), zeros, size) || fail(ERROR_MIROVAN_FILE_SPARSE_WRITE);
+    return write_zeros(stream.get(), size) || fail(ERROR_MIROVAN_FILE_SPARSE_WRITE);
 }
 
 } // namespace
