@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -101,11 +102,19 @@ bool comes_from(const void* address, Caller farthest)
                        { return range.caller <= farthest && range.begin <= at && at < range.end; });
 }
 
+/// The C library's own function. Without a guarded initialization, which may itself have to call
+/// one of the functions that stand here.
 template <class Function>
-Function* next(const char* name)
+Function* next(std::atomic<Function*>& known, const char* name)
 {
-    const Disarmed lookup;
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+    Function* function = known;
+    if (function == nullptr)
+    {
+        const Disarmed lookup;
+        function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+        known = function;
+    }
+    return function;
 }
 
 bool fires(const char* function)
@@ -255,7 +264,8 @@ extern "C"
     result stand_in_##name parameters __asm__(#name);                                              \
     result stand_in_##name parameters                                                              \
     {                                                                                              \
-        static auto* const real = next<result parameters>(#name);                                  \
+        static constinit std::atomic<result(*) parameters> known = nullptr;                        \
+        auto* const real = next(known, #name);                                                     \
         static constexpr int ways[] = {__VA_ARGS__};                                               \
         const int way = (when) ? fault(#name, ways, __builtin_return_address(0)) : 0;              \
         return way == 0 ? real arguments : (instead);                                              \
@@ -386,7 +396,8 @@ extern "C"
     int stand_in_execv(const char* path, char* const* arguments) __asm__("execv");
     int stand_in_execv(const char* path, char* const* arguments)
     {
-        static auto* const real = next<int(const char*, char* const*)>("execv");
+        static constinit std::atomic<int (*)(const char*, char* const*)> known = nullptr;
+        auto* const real = next(known, "execv");
         static constexpr int ways[] = {ENOENT, EACCES, ENOMEM, E2BIG};
         const int way = fault_in_any_process("execv", ways, __builtin_return_address(0));
         return way == 0 ? real(path, arguments) : fails(way, -1);
@@ -395,7 +406,8 @@ extern "C"
     int stand_in_kill(pid_t target, int number) __asm__("kill");
     int stand_in_kill(pid_t target, int number)
     {
-        static auto* const real = next<int(pid_t, int)>("kill");
+        static constinit std::atomic<int (*)(pid_t, int)> known = nullptr;
+        auto* const real = next(known, "kill");
         static constexpr int ways[] = {EPERM, ESRCH};
         siginfo_t state{};
         if (target <= 0 ||
