@@ -1,6 +1,6 @@
 #include "platform/linux/mount_table.h"
 
-#include <charconv>
+#include "platform/linux/read_number.h"
 
 namespace mirovan::platform
 {
@@ -15,14 +15,6 @@ std::string_view next_field(std::string_view& text, char separator = ' ')
     const std::string_view field = text.substr(0, length);
     text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
     return field;
-}
-
-template <class Number>
-bool read_number(std::string_view text, Number& number)
-{
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc{} && stop == end;
 }
 
 bool is_octal(std::string_view digits)

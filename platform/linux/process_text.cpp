@@ -1,8 +1,9 @@
 #include "platform/linux/process_text.h"
 
+#include "platform/linux/read_number.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <mach/thread_info.h>
 #include <sys/proc.h>
@@ -19,14 +20,6 @@ std::string_view next_word(std::string_view& text)
     const std::string_view word = text.substr(0, text.find_first_of(blanks));
     text.remove_prefix(word.size());
     return word;
-}
-
-template <class Number>
-bool read_number(std::string_view word, Number& number)
-{
-    const char* const end = word.data() + word.size();
-    const auto [stop, error] = std::from_chars(word.data(), end, number);
-    return error == std::errc{} && stop == end;
 }
 
 /// The rest of the line that begins with a key; empty when there is none.

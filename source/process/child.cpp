@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <pthread.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace mirovan
@@ -88,5 +89,14 @@ pid_t start_child(const char* path, char* const* arguments, const ChildSignals& 
 
 #pragma GCC diagnostic pop
 // NOLINTEND(clang-analyzer-security.insecureAPI.vfork, clang-analyzer-unix.Vfork)
+
+pid_t wait_for_child(pid_t child, int options)
+{
+    pid_t result = 0;
+    do
+        result = waitpid(child, nullptr, options);
+    while (result < 0 && errno == EINTR);
+    return result;
+}
 
 } // namespace mirovan

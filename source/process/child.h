@@ -30,4 +30,7 @@ struct ChildSignals
 /// @return the child's id; -1, with errno set, when no child can be created.
 pid_t start_child(const char* path, char* const* arguments, const ChildSignals& signals = {});
 
+/// waitpid(), again whenever a signal interrupts it; the status is not kept.
+pid_t wait_for_child(pid_t child, int options = 0);
+
 } // namespace mirovan

@@ -2,12 +2,12 @@
 #include "platform/command_line.h"
 #include "source/operation.h"
 #include "source/process/capture.h"
+#include "source/process/child.h"
 
 #include <charconv>
 #include <csignal>
 #include <cstring>
 #include <optional>
-#include <sys/wait.h>
 
 namespace mirovan
 {
@@ -80,8 +80,7 @@ bool interrupt(pid_t process)
     if (kill(process, SIGINT) != 0)
         return fail(errno == EPERM ? ERROR_MIROVAN_PROCESS_ACCESS
                                    : ERROR_MIROVAN_PROCESS_STOP_KILL);
-    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR)
-        ;
+    wait_for_child(process);
     return true;
 }
 

@@ -59,16 +59,6 @@ private:
     bool mask_changed_ = false;
 };
 
-pid_t wait_retrying(pid_t child, int options)
-{
-    int status = 0;
-    pid_t result = 0;
-    do
-        result = waitpid(child, &status, options);
-    while (result < 0 && errno == EINTR);
-    return result;
-}
-
 /// Pauses between two looks at a child, the longer the longer it has run: short commands are
 /// noticed at once, long ones cost nothing to wait for.
 class Pause
@@ -90,12 +80,12 @@ private:
 void wait_within(pid_t child, int limit)
 {
     const std::time_t start = std::time(nullptr);
-    for (Pause pause; wait_retrying(child, WNOHANG) == 0; pause.take())
+    for (Pause pause; wait_for_child(child, WNOHANG) == 0; pause.take())
     {
         if (std::time(nullptr) - start < limit)
             continue;
         kill(child, SIGKILL);
-        wait_retrying(child, 0);
+        wait_for_child(child);
         return;
     }
 }
