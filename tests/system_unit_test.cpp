@@ -58,6 +58,16 @@ TEST(ProcessorLoad, IsScaledUntilTheSumFits)
     EXPECT_EQ(idle_percent(*load), 75U);
 }
 
+TEST(ProcessorLoad, OfCountersNearTheirEndDoesNotWrap)
+{
+    const auto load = processor_load("cpu  6960 532 18446722036854775807 94783563202560 94 8 0 0\n");
+    ASSERT_TRUE(load);
+    EXPECT_LE(idle_percent(*load), 1U);
+    const auto idle = processor_load("cpu  1 1 1 18446744073709551615 18446744073709551615\n");
+    ASSERT_TRUE(idle);
+    EXPECT_GE(idle_percent(*idle), 99U);
+}
+
 TEST(MemoryStatistics, AreInPages)
 {
     const auto statistics = memory_statistics(

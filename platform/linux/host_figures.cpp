@@ -1,5 +1,6 @@
 #include "platform/linux/host_figures.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -77,13 +78,15 @@ std::optional<host_cpu_load_info> processor_load(std::string_view stat)
     // user nice system idle iowait irq softirq steal; what follows is counted in these already. Old
     // kernels have the first four alone.
     std::array<std::uint64_t, 8> figures{};
+    // Beyond any machine's life; bounded so that no sum of them wraps.
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max() / figures.size();
     std::size_t known = 0;
     for (; known < figures.size(); ++known)
     {
         const auto figure = take_number(line);
         if (!figure)
             break;
-        figures[known] = *figure;
+        figures[known] = std::min(*figure, most);
     }
     if (known < 4)
         return std::nullopt;
