@@ -670,7 +670,8 @@ extern "C"
      *         record; ::ERROR_MIROVAN_PROCESS_INFO_FAILED the process cannot be read (only
      * nProcessId is written), or its user has no account (only tszUserName is not written).
      *
-     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, getpwuid_r(); on Linux /proc.
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, getpwuid_r(), whose answer a
+     * thread uses again for up to a second; on Linux /proc.
      */
     MIROVAN_API bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
                                                     const char* lpszProcessName, int nPid);

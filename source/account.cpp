@@ -1,6 +1,10 @@
 #include "source/account.h"
 
+#include "base/string.h"
+
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <pwd.h>
 
 namespace mirovan
@@ -30,7 +34,32 @@ bool find_account(Lookup lookup, passwd& record, std::string& texts)
     return found != nullptr;
 }
 
+/// What a thread asked for last. Needs no destructor: the library may be unloaded before the thread
+/// ends.
+struct RecentName
+{
+    uid_t user = 0;
+    std::chrono::steady_clock::time_point end{};
+    std::array<char, 256> name{};
+};
+thread_local RecentName recent;
+
 } // namespace
+
+std::optional<std::string> recent_login_name(uid_t user)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (recent.user == user && now < recent.end)
+        return recent.name.data();
+    auto name = login_name(user);
+    if (name && name->size() < recent.name.size())
+    {
+        copy_cut(recent.name, *name);
+        recent.user = user;
+        recent.end = now + std::chrono::seconds{1};
+    }
+    return name;
+}
 
 std::optional<std::string> login_name(uid_t user)
 {

@@ -67,7 +67,7 @@ DisplaySize parse_size(std::string_view text)
 DisplaySize size_in(const std::string& path)
 {
     std::string text;
-    return read_text(AT_FDCWD, path.c_str(), text) ? parse_size(text) : DisplaySize{};
+    return read_text(path.c_str(), text) ? parse_size(text) : DisplaySize{};
 }
 
 struct CloseFolder
@@ -125,7 +125,7 @@ DisplaySize drm_display(const std::string& root)
     for (const std::string& output : sorted_names(drm))
     {
         std::string status;
-        if (!read_text(AT_FDCWD, (drm + output + "/status").c_str(), status) ||
+        if (!read_text((drm + output + "/status").c_str(), status) ||
             status.rfind("connected", 0) != 0)
             continue;
         if (const DisplaySize size = size_in(drm + output + "/modes"))

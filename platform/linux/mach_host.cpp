@@ -35,8 +35,7 @@ std::optional<vm_statistics> read_memory_statistics()
 {
     std::string meminfo;
     std::string vmstat;
-    if (!read_text(AT_FDCWD, "/proc/meminfo", meminfo) ||
-        !read_text(AT_FDCWD, "/proc/vmstat", vmstat))
+    if (!read_text("/proc/meminfo", meminfo) || !read_text("/proc/vmstat", vmstat))
         return std::nullopt;
     return memory_statistics(meminfo, vmstat, page_size());
 }
@@ -44,7 +43,7 @@ std::optional<vm_statistics> read_memory_statistics()
 std::optional<host_cpu_load_info> read_processor_load()
 {
     std::string stat;
-    if (!read_text(AT_FDCWD, "/proc/stat", stat))
+    if (!read_text("/proc/stat", stat))
         return std::nullopt;
     return processor_load(stat);
 }

@@ -92,13 +92,15 @@ void fill(proc_taskallinfo& task, const ProcessStat& stat, const ProcessStatus& 
 
 bool read_task(int pid, proc_taskallinfo& task)
 {
-    // Both files through one descriptor of the process's folder: it never leads to another process
-    // that was given the same id in between. What changes when a process ends comes from one file.
-    const Descriptor folder = open_file(process_folder(pid).c_str(), O_RDONLY | O_DIRECTORY);
+    const std::string folder = process_folder(pid);
     std::string stat_text;
     std::string status_text;
-    if (!folder || !read_one_piece(folder.get(), "stat", stat_text) ||
-        !read_one_piece(folder.get(), "status", status_text))
+    // A file that was opened belongs to its process for good and cannot be read once that is gone.
+    // Where the one that was opened first can be read last, the id was not given to another process
+    // in between. What changes when a process ends comes from one file.
+    const Descriptor stat_file = open_file((folder + "/stat").c_str(), O_RDONLY);
+    if (!stat_file || !read_one_piece((folder + "/status").c_str(), status_text) ||
+        !read_one_piece(stat_file.get(), stat_text))
         return no_process();
     const auto stat = parse_process_stat(stat_text);
     const auto status = parse_process_status(status_text);
@@ -115,7 +117,7 @@ bool read_task(int pid, proc_taskallinfo& task)
 bool read_thread(int pid, proc_threadinfo& thread)
 {
     std::string text;
-    if (!read_one_piece(AT_FDCWD, (process_folder(pid) + "/stat").c_str(), text))
+    if (!read_one_piece((process_folder(pid) + "/stat").c_str(), text))
         return no_process();
     const auto stat = parse_process_stat(text);
     if (!stat)

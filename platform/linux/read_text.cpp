@@ -18,21 +18,17 @@ ssize_t read_some(int descriptor, char* buffer, std::size_t room)
     return got;
 }
 
-bool read_file(int folder, const char* path, std::string& text, bool in_one_piece)
+bool read_file(int file, std::string& text, bool in_one_piece)
 {
     // Enough for most of them; the list of a process's groups is what can make one long.
     constexpr std::size_t first_room = 4096;
     constexpr std::size_t most = std::size_t{4} << 20U;
 
-    text.clear();
-    const Descriptor file = open_at(folder, path, O_RDONLY);
-    if (!file)
-        return false;
     std::size_t length = 0;
     text.resize(first_room);
     for (;;)
     {
-        const ssize_t got = read_some(file.get(), text.data() + length, text.size() - length);
+        const ssize_t got = read_some(file, text.data() + length, text.size() - length);
         if (got < 0)
             return false;
         length += static_cast<std::size_t>(got);
@@ -51,16 +47,28 @@ bool read_file(int folder, const char* path, std::string& text, bool in_one_piec
     }
 }
 
-} // namespace
-
-bool read_text(int folder, const char* path, std::string& text)
+bool read_file(const char* path, std::string& text, bool in_one_piece)
 {
-    return read_file(folder, path, text, false);
+    text.clear();
+    const Descriptor file = open_file(path, O_RDONLY);
+    return file && read_file(file.get(), text, in_one_piece);
 }
 
-bool read_one_piece(int folder, const char* path, std::string& text)
+} // namespace
+
+bool read_text(const char* path, std::string& text)
 {
-    return read_file(folder, path, text, true);
+    return read_file(path, text, false);
+}
+
+bool read_one_piece(const char* path, std::string& text)
+{
+    return read_file(path, text, true);
+}
+
+bool read_one_piece(int file, std::string& text)
+{
+    return read_file(file, text, true);
 }
 
 } // namespace mirovan::platform

@@ -5,14 +5,15 @@
 namespace mirovan::platform
 {
 
-/// Reads a text file of the kernel's to its end, which its size does not tell.
-///
-/// @param folder what a relative path starts from, as openat() takes it.
-/// @return false, with errno set, when it cannot be read or is longer than any such file is.
-bool read_text(int folder, const char* path, std::string& text);
+/// Reads a text file of the kernel's to its end, which its size does not tell. False, with errno
+/// set, when it cannot be read or is longer than any such file is.
+bool read_text(const char* path, std::string& text);
 
 /// The same for a file that the kernel makes in one piece, as those of a process are: a read that
 /// leaves room has reached the end, and no other is made to see it.
-bool read_one_piece(int folder, const char* path, std::string& text);
+bool read_one_piece(const char* path, std::string& text);
+
+/// The same of a file that was opened.
+bool read_one_piece(int file, std::string& text);
 
 } // namespace mirovan::platform

@@ -31,7 +31,7 @@ bool volume_kind(const char* path, std::span<char> kind)
     const auto id = (status.stx_mask & STATX_MNT_ID) != 0 ? status.stx_mnt_id : 0;
     // Of the thread: it may have a mount table of its own.
     std::string table;
-    if (!platform::read_text(AT_FDCWD, "/proc/thread-self/mountinfo", table))
+    if (!platform::read_text("/proc/thread-self/mountinfo", table))
         return false;
     const auto mount =
         platform::find_mount(table, id, {status.stx_dev_major, status.stx_dev_minor});

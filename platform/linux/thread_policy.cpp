@@ -30,7 +30,7 @@ ThreadKey key_of(std::uint64_t id)
 {
     std::string text;
     const std::string path = "/proc/self/task/" + std::to_string(id) + "/stat";
-    if (id == 0 || !read_one_piece(AT_FDCWD, path.c_str(), text))
+    if (id == 0 || !read_one_piece(path.c_str(), text))
         return 0;
     const auto stat = parse_process_stat(text);
     return stat ? stat->start_ticks << id_bits | id : 0;

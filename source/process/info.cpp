@@ -54,7 +54,7 @@ bool get_info(tag_Mirovan_Process_Infomation* record, const char* name, int id)
         return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED);
     copy_cut(record->tszProcessName, name != nullptr ? name : short_name(task.pbsd));
     fill(*record, task);
-    const auto user = login_name(task.pbsd.pbi_uid);
+    const auto user = recent_login_name(task.pbsd.pbi_uid);
     if (!user)
         return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED);
     copy_cut(record->tszUserName, *user);

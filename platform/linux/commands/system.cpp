@@ -29,7 +29,7 @@ public:
     std::string read(const std::string& path) const override
     {
         std::string text;
-        return platform::read_text(AT_FDCWD, (root_ + path).c_str(), text) ? text : std::string{};
+        return platform::read_text((root_ + path).c_str(), text) ? text : std::string{};
     }
 
     std::vector<std::string> list(const std::string& folder) const override
