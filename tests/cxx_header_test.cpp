@@ -100,7 +100,7 @@ TEST(CxxHeader, SystemAndHardware)
     EXPECT_LE(system::idle_percent(), 100U);
     EXPECT_GT(system::processor_count(), 0);
     EXPECT_LT(system::start_time(), process::start_time());
-    system::run("sleep 60", std::chrono::seconds{0});
+    system::run("exec sleep 60", std::chrono::seconds{0});
     EXPECT_GT(hardware::volume("/").size, hardware::volume("/").available);
     EXPECT_EQ(hardware::processor().online, system::processor_count());
     EXPECT_EQ(hardware::serials().volume_uuid.find('\n'), std::string::npos);

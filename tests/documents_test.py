@@ -1,5 +1,6 @@
 """What the tools make of the header and of a run of the benchmarks."""
 
+import re
 import subprocess
 import tempfile
 import unittest
@@ -42,6 +43,14 @@ class DocumentsTest(unittest.TestCase):
                 self.assertRegex(page, rf"fB{name}\\fP\(")
                 self.assertIn("Threads: ", page)
         self.assertEqual(list(pages), ["mirovan"])
+
+    def test_the_table_of_the_readme_names_every_function_once(self):
+        header = (ROOT / "include/mirovan.h").read_text()
+        declared = re.findall(r"^ *MIROVAN_API [\w ]+\W+(\w+)\(", header, re.MULTILINE)
+        rows = re.findall(r"^\| `(\w+)`(, `W`)? \| \w", (ROOT / "README.md").read_text(),
+                          re.MULTILINE)
+        named = [name for name, wide in rows] + [name[:-1] + "W" for name, wide in rows if wide]
+        self.assertEqual(sorted(named), sorted(set(declared)))
 
     def test_the_chart_shows_every_row_of_a_run(self):
         with tempfile.NamedTemporaryFile("w") as output:

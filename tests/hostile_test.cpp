@@ -160,7 +160,7 @@ void leave_mounts(World&)
     std::ofstream{"/proc/self/setgroups"} << "deny";
     std::ofstream{"/proc/self/uid_map"} << user;
     std::ofstream{"/proc/self/gid_map"} << group;
-    require(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0);
+    require(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0);
 }
 
 void mount_small_volume(World& world)
@@ -180,7 +180,7 @@ void fill_volume(World& world)
 
 void make_read_only(World& world)
 {
-    require(mount("none", world.work().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0);
+    require(mount("none", world.work().c_str(), "none", MS_REMOUNT | MS_RDONLY, nullptr) == 0);
 }
 
 /// Threads that start processes all the time.

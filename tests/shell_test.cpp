@@ -124,7 +124,7 @@ TEST(SystemEx, DoesNotNeedTheChildsStatus)
         {
             std::signal(SIGCHLD, SIG_IGN);
             EXPECT_SUCCEEDS(run("exit 1", 10));
-            EXPECT_SUCCEEDS(run("sleep 60", 0));
+            EXPECT_SUCCEEDS(run("exec sleep 60", 0));
             EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
         });
 }
@@ -143,7 +143,7 @@ TEST(SystemEx, SurvivesSignalsThatInterruptIt)
             for (int round = 0; round < 10; ++round)
                 EXPECT_SUCCEEDS(run("sleep 0.02; echo x >>'" + (scratch / "x") + "'", 10));
             EXPECT_EQ(test::read_file(scratch / "x").size(), 20U);
-            EXPECT_SUCCEEDS(run("sleep 60", 0));
+            EXPECT_SUCCEEDS(run("exec sleep 60", 0));
             EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
         });
 }

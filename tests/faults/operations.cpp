@@ -1,6 +1,7 @@
 #include "tests/faults/operations.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <pwd.h>
@@ -97,6 +98,9 @@ World::World()
                                                                                           "LANG",
                                                                                           "C.UTF-8"}
 {
+    // A shell starts what it runs in the background with this signal ignored; children to be
+    // stopped by it would inherit that.
+    std::signal(SIGINT, SIG_DFL);
     fs::permissions(work_, fs::perms::all);
     fs::permissions(table_, fs::perms{0666});
     add_commands();

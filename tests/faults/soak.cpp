@@ -38,6 +38,17 @@ void end_child(unsigned long child)
         waitpid(static_cast<pid_t>(child), nullptr, 0);
 }
 
+// The child may ignore SIGINT: whoever runs a shell command meanwhile has it ignored.
+bool stop_a_child()
+{
+    unsigned long child = 0;
+    if (!Mirovan_Process_CreateProcess(&child, "/bin/sleep", "0.1", false))
+        return false;
+    const bool stopped = Mirovan_Process_Stop(nullptr, static_cast<int>(child), false);
+    end_child(child);
+    return stopped;
+}
+
 /// One thread's operations, on files of its own.
 std::vector<Operation> operations_in(const test::Scratch& scratch)
 {
@@ -48,6 +59,8 @@ std::vector<Operation> operations_in(const test::Scratch& scratch)
     const std::string folders = deep + ".d/e/f";
     const std::string top_folder = deep + ".d";
     const std::wstring wide_copy = wide + L"2";
+    const std::wstring wide_folder = test::widened(scratch.path());
+    const std::wstring wide_folders = wide + L"3/e/f";
     const std::string pattern = scratch / "a/b/*.txt";
     const auto all = [](auto... operations) { return std::vector<Operation>{operations...}; };
     const auto path = [scratch_path = scratch.path()] { return scratch_path.c_str(); };
@@ -59,6 +72,17 @@ std::vector<Operation> operations_in(const test::Scratch& scratch)
                [=] { return Mirovan_File_CreateMutilFolderA(folders.c_str()); },
                [=] { return Mirovan_File_DeleteMutilFolderA(top_folder.c_str(), true); },
                [=] { return Mirovan_File_DeleteMutilFolderA(path(), false); },
+               [=] { return Mirovan_File_CreateSparseFileA(deep.c_str(), 70000); },
+               [=]
+               {
+                   return Mirovan_File_CreateMutilFolderW(wide_folders.c_str()) &&
+                          Mirovan_File_DeleteMutilFolderW(wide_folders.c_str(), false);
+               },
+               [=]
+               {
+                   MIROVAN_FILE_ATTR attributes;
+                   return Mirovan_File_GetFileAttrA(deep.c_str(), &attributes);
+               },
                [=]
                {
                    MIROVAN_FILE_ATTR attributes;
@@ -86,6 +110,11 @@ std::vector<Operation> operations_in(const test::Scratch& scratch)
                },
                []
                {
+                   tag_Mirovan_SdkSerial_Information serials{};
+                   return Mirovan_HardWare_GetSerial(&serials);
+               },
+               []
+               {
                    tag_Mirovan_Cpu_Information processor{};
                    return Mirovan_HardWare_GetCpuInfomation(&processor);
                },
@@ -104,7 +133,32 @@ std::vector<Operation> operations_in(const test::Scratch& scratch)
                    TARVELO_LIBTIME start;
                    return Mirovan_Process_GetUpTime(&start, 0);
                },
+               []
+               {
+                   char name[MIROVAN_PATH_SIZE];
+                   return Mirovan_Process_GetPath(name, 0);
+               },
+               []
+               {
+                   int priority = 0;
+                   int usage = 0;
+                   return Mirovan_Process_GetPriority(&priority, 0) &&
+                          Mirovan_Process_SetPriority(priority, 0) &&
+                          Mirovan_Process_GetProcessCpuUsage(&usage, 0);
+               },
                [] { return Mirovan_Process_SetProcessForCpu(pthread_self(), 3); },
+               []
+               {
+                   unsigned long tag = 0;
+                   return Mirovan_Process_GetProcessForCpu(pthread_self(), &tag) &&
+                          Mirovan_Process_IsAdmin() == (geteuid() == 0);
+               },
+               []
+               {
+                   return Mirovan_Process_ReadCmdLines(
+                       "seq 1 30", 0, 0, [](const char*, int, void*) { return true; }, nullptr);
+               },
+               stop_a_child,
                []
                {
                    unsigned long child = 0;
@@ -132,6 +186,28 @@ std::vector<Operation> operations_in(const test::Scratch& scratch)
                    return Mirovan_System_GetCpuUsage(&load);
                },
                [] { return Mirovan_System_SystemEx("true", 5); },
+               []
+               {
+                   MIROVAN_PROCESS_INFO** rows = nullptr;
+                   int count = 0;
+                   return Mirovan_System_GetProcessCount(&count) &&
+                          Mirovan_System_GetProcessList(&rows, &count);
+               },
+               []
+               {
+                   TARVELO_LIBTIME start;
+                   char language[64];
+                   return Mirovan_System_GetUpTime(&start) && Mirovan_System_GetLanguage(language);
+               },
+               []
+               {
+                   char name[256], version[256], code_name[256], release[256];
+                   unsigned long type = 0;
+                   return Mirovan_System_GetSystemVer(name, version, code_name, &type, release);
+               },
+               [] { return Mirovan_System_WMIQuery("a", "b", nullptr, 0); },
+               // An action that it does not have; the others are not for a test that runs for long.
+               [] { return Mirovan_System_Shutdown(0); },
                []
                {
                    unsigned long idle = 0;

@@ -70,6 +70,7 @@ struct Choice
 {
     std::string family, operation, error, mode;
     unsigned fault = 0;
+    unsigned repeat = 1;
 };
 
 bool fits(const std::string& wanted, const std::string& name)
@@ -90,6 +91,8 @@ public:
                 continue;
             ++operations_;
             run_without_fault(operation);
+            if (choice_.repeat > 1)
+                continue;
             for (const Mode mode : {Mode::once, Mode::same, Mode::all})
                 if (fits(choice_.mode, mode_names[static_cast<int>(mode)]))
                     run_with_faults(operation, mode);
@@ -112,9 +115,12 @@ private:
     void run_without_fault(const Operation& operation)
     {
         run(operation, {});
-        const std::string complaint = run(operation, {});
-        if (!complaint.empty() || result_ == operation.refuses || threw_)
-            complain(complaint.empty() ? "does not do its work without a fault" : complaint);
+        for (unsigned round = 0; round < choice_.repeat; ++round)
+        {
+            const std::string complaint = run(operation, {});
+            if (!complaint.empty() || result_ == operation.refuses || threw_)
+                complain(complaint.empty() ? "does not do its work without a fault" : complaint);
+        }
     }
 
     void run_with_faults(const Operation& operation, Mode mode)
@@ -245,7 +251,9 @@ void become_ordinary_user()
 
 } // namespace
 
-/// sweep [--family F] [--operation O] [--fault N] [--errno E] [--mode M]
+/// sweep [--family F] [--operation O] [--fault N] [--errno E] [--mode M] [--repeat N]
+///
+/// With --repeat, each operation is made that often, and no fault is tried.
 int main(int count, char** arguments)
 {
     Choice choice;
@@ -262,6 +270,8 @@ int main(int count, char** arguments)
             choice.error = arguments[i + 1];
         else if (option == "--mode")
             choice.mode = arguments[i + 1];
+        else if (option == "--repeat")
+            choice.repeat = static_cast<unsigned>(std::stoul(arguments[i + 1]));
     }
     setlinebuf(stdout);
     try
