@@ -28,3 +28,17 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
 configure_file(cmake/mirovan.pc.in ${PROJECT_BINARY_DIR}/mirovan.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/mirovan.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# The manual pages, where what writes them can run.
+find_program(PYTHON3 python3)
+if(PYTHON3)
+  set(manual ${PROJECT_BINARY_DIR}/man/man3)
+  # The overview is the last page that is written.
+  add_custom_command(OUTPUT ${manual}/mirovan.3
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${manual}
+    COMMAND ${PYTHON3} -B ${PROJECT_SOURCE_DIR}/tools/man_pages ${manual}
+    DEPENDS include/mirovan.h tools/man_pages tools/header.py
+    VERBATIM)
+  add_custom_target(mirovan_manual ALL DEPENDS ${manual}/mirovan.3)
+  install(DIRECTORY ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development)
+endif()

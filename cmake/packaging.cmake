@@ -24,7 +24,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}\n The shared library and the commands that it runs.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-  "${PROJECT_DESCRIPTION}\n The headers, the CMake package, the pkg-config file and examples.")
+  "${PROJECT_DESCRIPTION}\n The headers, manual pages, the CMake package, the pkg-config file and examples.")
 
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmirovan${PROJECT_VERSION_MAJOR}
   RENAME copyright COMPONENT runtime)
