@@ -95,7 +95,7 @@ int main()
 {
     const bench::Scratch scratch;
     add_report(scratch);
-    bench::Table table{"Hardware"};
+    bench::Table table{"hardware"};
     disk_list(table);
     disk_information(table);
     return table.result();

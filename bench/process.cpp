@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
-#include <pwd.h>
 #include <spawn.h>
 #include <string>
 #include <sys/mman.h>
@@ -35,11 +34,12 @@ void reap(unsigned long child)
     require(waitpid(static_cast<pid_t>(child), nullptr, 0) > 0, "waitpid");
 }
 
-void spawn_bare()
+void spawn_bare(char** environment)
 {
     pid_t child = 0;
     char* arguments[] = {const_cast<char*>(program), const_cast<char*>("a"), nullptr};
-    require(posix_spawn(&child, program, nullptr, nullptr, arguments, nullptr) == 0, "posix_spawn");
+    require(posix_spawn(&child, program, nullptr, nullptr, arguments, environment) == 0,
+            "posix_spawn");
     reap(static_cast<unsigned long>(child));
 }
 
@@ -60,27 +60,19 @@ void run_process()
 void compare_queries(bench::Table& table)
 {
     const std::string folder = "/proc/" + std::to_string(getpid());
-    const uid_t user = geteuid();
     const auto read_both = [&]
     {
         read_bare(folder + "/stat");
         read_bare(folder + "/status");
     };
     table.compare_short(
-        "GetProcessInfo / reads, getpwuid_r", 1.5,
+        "GetProcessInfo / reads", 1.5,
         [process = getpid()]
         {
             tag_Mirovan_Process_Infomation record;
             require(Mirovan_Process_GetProcessInfo(&record, nullptr, process), "GetProcessInfo");
         },
-        [&]
-        {
-            read_both();
-            passwd record{};
-            passwd* found = nullptr;
-            char texts[1024];
-            require(getpwuid_r(user, &record, texts, sizeof texts, &found) == 0, "getpwuid_r");
-        });
+        read_both);
     table.compare_short(
         "GetUpTime / reads, localtime", 1.5,
         []
@@ -182,8 +174,9 @@ private:
 
 void compare_launches(bench::Table& table)
 {
-    table.compare_short("CreateProcess / posix_spawn", 1.1, create_process, spawn_bare);
-    table.compare_short("RunProcess / posix_spawn", 1.1, run_process, spawn_bare);
+    table.compare_short("CreateProcess / posix_spawn", 1.1, create_process,
+                        [] { spawn_bare(nullptr); });
+    table.compare_short("RunProcess / posix_spawn", 1.1, run_process, [] { spawn_bare(environ); });
 
     const SmallTwin twin;
     constexpr std::size_t four_gib = std::size_t{4} << 30U;
@@ -197,6 +190,35 @@ void compare_launches(bench::Table& table)
         "RunProcess x 10, 4 GiB / small", 1.3, [] { SmallTwin::launch('r'); },
         [&] { twin.ask('r'); });
     munmap(memory, four_gib);
+}
+
+/// Between a low limit and the highest that this process may have.
+void compare_descriptor_limits(bench::Table& table)
+{
+    rlimit limit{};
+    require(getrlimit(RLIMIT_NOFILE, &limit) == 0, "getrlimit");
+    const rlim_t found = limit.rlim_cur;
+    const rlim_t low = 256;
+    const rlim_t high = limit.rlim_max;
+    const auto set = [&limit](rlim_t descriptors)
+    {
+        limit.rlim_cur = descriptors;
+        require(setrlimit(RLIMIT_NOFILE, &limit) == 0, "setrlimit");
+    };
+    const auto compare = [&](const std::string& name, void (*launch)())
+    {
+        const auto launch_under = [&set, launch](rlim_t descriptors)
+        {
+            set(descriptors);
+            launch();
+        };
+        table.compare_short(
+            name + ", " + std::to_string(high) + " / " + std::to_string(low) + " descriptors", 1.1,
+            [&] { launch_under(high); }, [&] { launch_under(low); });
+    };
+    compare("CreateProcess", create_process);
+    compare("RunProcess", run_process);
+    set(found);
 }
 
 void compare_stop(bench::Table& table)
@@ -239,6 +261,7 @@ int main()
     bench::Table table{"processes"};
     compare_queries(table);
     compare_launches(table);
+    compare_descriptor_limits(table);
     compare_stop(table);
     return table.result();
 }

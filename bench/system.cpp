@@ -75,16 +75,17 @@ void shell(bench::Table& table)
                         [] { usleep(20'000); });
 
     // How long after its last second a limit of one second ends: 100 ms at the most. The seconds
-    // are the clock's own, so both sides begin with a new one.
+    // are the clock's own, so both sides begin with a new one, and as much later as the clock that
+    // counts whole seconds may lag.
     const auto whole_second = []
     {
         timespec now{};
         clock_gettime(CLOCK_REALTIME, &now);
-        usleep(static_cast<useconds_t>((1'000'000'000 - now.tv_nsec) / 1000));
+        usleep(static_cast<useconds_t>((1'000'000'000 - now.tv_nsec) / 1000 + 20'000));
     };
     table.compare(
         "SystemEx(\"sleep 9\", 1), beside 1.1 s", 1,
-        {[] { require(Mirovan_System_SystemEx("sleep 9", 1), "SystemEx"); }, whole_second},
+        {[] { require(Mirovan_System_SystemEx("exec sleep 9", 1), "SystemEx"); }, whole_second},
         {[] { usleep(1'100'000); }, whole_second});
 }
 

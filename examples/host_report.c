@@ -376,7 +376,7 @@ static void report_processes(void)
         text_fact("uname -a", output);
     else
         failure("uname -a");
-    if (Mirovan_System_SystemEx("sleep 60", 0))
+    if (Mirovan_System_SystemEx("exec sleep 60", 0))
         text_fact("sleep 60", "killed at its limit of 0 seconds");
     else
         failure("sleep 60");
