@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -80,37 +79,16 @@ TEST(Disk, AgreesWithDf)
         expect_as_df(path);
 }
 
-/// Mounts are made in a namespace of the child's own and are gone with it.
-void in_own_mounts(const std::function<void()>& body)
-{
-    test::in_child(
-        [&]
-        {
-            const std::string user = "0 " + std::to_string(geteuid()) + " 1";
-            const std::string group = "0 " + std::to_string(getegid()) + " 1";
-            const bool superuser = geteuid() == 0;
-            ASSERT_EQ(unshare(superuser ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER), 0)
-                << std::strerror(errno);
-            if (!superuser)
-            {
-                std::ofstream{"/proc/self/setgroups"} << "deny";
-                std::ofstream{"/proc/self/uid_map"} << user;
-                std::ofstream{"/proc/self/gid_map"} << group;
-            }
-            ASSERT_EQ(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr), 0);
-            body();
-        });
-}
-
 TEST(Disk, IsTheVolumeThatHoldsThePath)
 {
     const Scratch scratch;
     scratch.file("lower/file", "x");
     for (const char* folder : {"ram disk", "bound", "upper"})
         scratch.folder(folder);
-    in_own_mounts(
+    test::in_child(
         [&]
         {
+            test::enter_namespaces();
             const std::string ram = scratch / "ram disk";
             ASSERT_EQ(mount("none", ram.c_str(), "tmpfs", 0, "size=1m,nr_blocks=100"), 0);
             std::filesystem::create_directories(ram + "/up");

@@ -6,7 +6,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -151,21 +150,9 @@ void mislead(World& world, const std::string& script)
     set_variable("PATH", folder);
 }
 
-/// A mount table of the process's own, in which an ordinary user may mount.
-void leave_mounts(World&)
-{
-    const std::string user = "0 " + std::to_string(geteuid()) + " 1";
-    const std::string group = "0 " + std::to_string(getegid()) + " 1";
-    require(unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0);
-    std::ofstream{"/proc/self/setgroups"} << "deny";
-    std::ofstream{"/proc/self/uid_map"} << user;
-    std::ofstream{"/proc/self/gid_map"} << group;
-    require(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0);
-}
-
 void mount_small_volume(World& world)
 {
-    leave_mounts(world);
+    test::enter_namespaces();
     require(mount("none", world.work().c_str(), "tmpfs", 0, "size=256k") == 0);
 }
 
@@ -278,7 +265,8 @@ std::vector<Surroundings> all_surroundings()
         {"OddSeparatorsAndLanguage", none, odd_variables},
         {"FullDisk", answers, fill_volume, {}, mount_small_volume},
         {"ReadOnlyDisk", answers, make_read_only, {}, mount_small_volume},
-        {"NoProc", answers, hide_proc, [] { require(umount("/proc") == 0); }, leave_mounts, false},
+        {"NoProc", answers, hide_proc, [] { require(umount("/proc") == 0); },
+         [](World&) { test::enter_namespaces(); }, false},
         {"ManyThreadsForking", none, fork_on_many_threads, stop_forking, {}, false},
         {"SignalsAllTheTime", none, interrupt_all_the_time, [] { set_timer(0); }, {}, false},
     };

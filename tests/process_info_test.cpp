@@ -6,11 +6,19 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <linux/sched.h>
+#include <map>
+#include <sched.h>
 #include <semaphore>
 #include <spawn.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -28,6 +36,12 @@ std::string ps(const std::string& column, int pid)
         test::shell_output("LC_ALL=C ps -ww -o " + column + "= -p " + std::to_string(pid));
     text.erase(text.find_last_not_of(" \n") + 1);
     return text.erase(0, text.find_first_not_of(' '));
+}
+
+void require(bool success)
+{
+    if (!success)
+        throw std::system_error{errno, std::generic_category()};
 }
 
 tag_Mirovan_Process_Infomation info(int pid)
@@ -173,6 +187,66 @@ TEST(ProcessInfo, IsWholeOrNothingWhileAProcessEnds)
         reaper.join();
     }
     EXPECT_EQ(before, test::Held::now());
+}
+
+constexpr int reused_id = 300;
+constexpr std::size_t much_memory = std::size_t{1} << 30U;
+
+/// Starts processes of this id one after the other, for ever: in turn one of the name "small" and
+/// one of the name "large", with much memory. Each takes both over from its parent, and so has them
+/// from its first moment to its last.
+void make_processes()
+{
+    pid_t id = reused_id;
+    clone_args settings{};
+    settings.exit_signal = SIGCHLD;
+    settings.set_tid = reinterpret_cast<std::uintptr_t>(&id);
+    settings.set_tid_size = 1;
+    void* memory = nullptr;
+    for (bool large = false;; large = !large)
+    {
+        require(prctl(PR_SET_NAME, large ? "large" : "small") == 0);
+        if (large)
+            memory = mmap(nullptr, much_memory, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        const long child = syscall(SYS_clone3, &settings, sizeof settings);
+        if (child == 0)
+            _exit(0);
+        require(child == id && memory != MAP_FAILED && waitpid(id, nullptr, 0) == id);
+        if (large)
+            munmap(memory, much_memory);
+    }
+}
+
+TEST(ProcessInfo, IsOfOneProcessWhenAnIdIsGivenAnew)
+{
+    const auto read_while_ids_are_given_anew = []
+    {
+        // Processes that are left end with this first one of their namespace.
+        require(mount("proc", "/proc", "proc", 0, nullptr) == 0);
+        if (fork() == 0)
+            make_processes();
+        std::map<std::string, int> records;
+        while (records["small"] < 5000 || records["large"] < 5000)
+        {
+            ASSERT_EQ(waitpid(-1, nullptr, WNOHANG), 0) << "nothing makes processes any more";
+            tag_Mirovan_Process_Infomation record{};
+            if (!Mirovan_Process_GetProcessInfo(&record, nullptr, reused_id))
+                continue;
+            const std::string name = record.tszProcessName;
+            ++records[name];
+            // Both have none once they ended. Sizes are in units of four bytes.
+            if (record.nVirtualSize != 0)
+            {
+                ASSERT_EQ(record.nVirtualSize >= much_memory / 4, name == "large") << name;
+            }
+        }
+    };
+    test::in_child(
+        [&]
+        {
+            test::enter_namespaces(CLONE_NEWPID);
+            test::in_child(read_while_ids_are_given_anew);
+        });
 }
 
 TEST(ProcessStart, AgreesWithPsInEveryTimeZone)

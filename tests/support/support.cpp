@@ -6,9 +6,12 @@
 #include <fstream>
 #include <grp.h>
 #include <iterator>
+#include <sched.h>
 #include <sstream>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -125,6 +128,26 @@ void as_ordinary_user(const std::function<void()>& body)
             }
             body();
         });
+}
+
+void enter_namespaces(int further)
+{
+    const auto require = [](bool success)
+    {
+        if (!success)
+            throw std::system_error{errno, std::generic_category(), "namespaces"};
+    };
+    const std::string user = "0 " + std::to_string(geteuid()) + " 1";
+    const std::string group = "0 " + std::to_string(getegid()) + " 1";
+    const bool ordinary = geteuid() != 0;
+    require(unshare(CLONE_NEWNS | further | (ordinary ? CLONE_NEWUSER : 0)) == 0);
+    if (ordinary)
+    {
+        std::ofstream{"/proc/self/setgroups"} << "deny";
+        std::ofstream{"/proc/self/uid_map"} << user;
+        std::ofstream{"/proc/self/gid_map"} << group;
+    }
+    require(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0);
 }
 
 Held Held::now()

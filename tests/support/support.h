@@ -46,6 +46,10 @@ void in_child(const std::function<void()>& body);
 /// The same as an ordinary user, also when the tests run as the superuser.
 void as_ordinary_user(const std::function<void()>& body);
 
+/// Gives the process, which must have one thread, a mount table of its own, in which an ordinary
+/// user may mount too; further namespaces are those of unshare(). Throws what makes that fail.
+void enter_namespaces(int further = 0);
+
 /// What a process holds that a call must give back: descriptors and what they stand for, children,
 /// signal actions and the signal mask. Two snapshots are equal when nothing was left behind.
 struct Held
