@@ -275,9 +275,9 @@ extern "C"
      *
      * @param pbErrorOccur receives whether this thread's last operation failed; may be null.
      * @param pnSysErrno receives the errno of this thread's last failure, 0 before the first; may
-     * be null.
+     *                   be null.
      * @return the code of this thread's last failure, 0 before the first. The error state stays as
-     * it is.
+     *         it is.
      *
      * Threads: any. From: the thread's error state.
      */
@@ -311,7 +311,7 @@ extern "C"
      * @brief Gives a row table back: all of its rows, then the table.
      *
      * @param pppTable address of the table variable (cast to void***); the variable is set to null.
-     * A variable that is null already is left alone.
+     *                 A variable that is null already is left alone.
      * @param nListCount the count that came with the table.
      * @return false when pppTable is null, else true. The error state stays as it is.
      *
@@ -343,7 +343,7 @@ extern "C"
      * @param pstFileAttr record to fill; untouched on failure.
      * @return true when the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
      *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read, or the path
-     * is too long or no valid text.
+     *         is too long or no valid text.
      *
      * Threads: any. From: stat(), access().
      */
@@ -361,8 +361,8 @@ extern "C"
      *         argument or a negative length; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED the folder
      *         cannot be made; ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is
      *         too long, or bytes could not be written (the file is then left short). When the
-     * folder was made on the way, the code reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the
-     * success.
+     *         folder was made on the way, the code reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after
+     *         the success.
      *
      * Threads: any. From: stat(), mkdir(), open(), fwrite().
      */
@@ -377,7 +377,7 @@ extern "C"
      * @param nBufLen how many bytes to write, 0 or more.
      * @return as Mirovan_File_SaveBuffToFileA(); a path that is no valid text gives
      *         ::ERROR_MIROVAN_FILE_SAVE_OPEN, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
-     * is the folder part that is not.
+     *         is the folder part that is not.
      *
      * Threads: any. From: stat(), mkdir(), open(), fwrite().
      */
@@ -388,8 +388,8 @@ extern "C"
      * @brief Lists a folder, or the whole tree below it, into a row table.
      *
      * @param lpszPath a folder; or a folder and a pattern such as "folder/\*.txt" that names
-     * nothing existing, whose extension then selects the files: those are listed whose extension
-     * begins with it, in any case; or a path that ends in "*".
+     *                 nothing existing, whose extension then selects the files: those are listed
+     *                 whose extension begins with it, in any case; or a path that ends in "*".
      * @param pppszFileList receives the table, rows of 1,024 bytes, one path each, in the order of
      *                      the walk (not sorted); give it back with Fundix_Memory_Free(). Null to
      *                      count only.
@@ -398,16 +398,14 @@ extern "C"
      *                 "$RECYCLE.BIN" and "System Volume Information" are left out), false for the
      *                 folder's own entries.
      * @param nListType 1 files, 2 folders, 3 both; with any other value nothing is listed.
-     * Everything that is no folder is a file. A pattern never leaves out a folder.
+     *                  Everything that is no folder is a file. A pattern never leaves out a folder.
      * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
-     * path;
-     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder, or a failure while walking or of
-     *         memory (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing found (the count
-     * is 0, and the table null).
+     *         path; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder, or a failure while walking or
+     *         of memory (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing found (the
+     *         count is 0, and the table null).
      *
      * Folders that may not be read are listed and passed over; an entry whose status cannot be read
-     * is left out. Threads: any. From: open(),
-     * directory reading, lstat().
+     * is left out. Threads: any. From: open(), directory reading, lstat().
      */
     MIROVAN_API bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList,
                                             int* pnFileCount, bool bRecurse, int nListType);
@@ -421,8 +419,7 @@ extern "C"
      * @param bRecurse as in Mirovan_File_EnumFileA().
      * @param nListType as in Mirovan_File_EnumFileA().
      * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null
-     * path;
-     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR and ::ERROR_MIROVAN_FILE_ENUM_EMPTY as in
+     *         path; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR and ::ERROR_MIROVAN_FILE_ENUM_EMPTY as in
      *         Mirovan_File_EnumFileA(); an entry whose name is no valid UTF-8 ends the walk with
      *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR.
      *
@@ -435,7 +432,7 @@ extern "C"
      * @brief Makes sure that a path exists; makes every missing folder of it.
      *
      * @param lpszPath path, UTF-8; one trailing backslash is dropped. Whatever exists there
-     * already, also a file, counts as success.
+     *                 already, also a file, counts as success.
      * @return true when the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null
      *         path; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be made or its status cannot
      *         be read (folders made before the failure remain).
@@ -463,7 +460,7 @@ extern "C"
      * is in that folder goes.
      *
      * @param lpszPath path of the folder, UTF-8. One that does not exist, or is no folder, counts
-     * as success and nothing is deleted.
+     *                 as success and nothing is deleted.
      * @param bDelRoot true to delete the folder too, false to keep it, empty.
      * @return true when nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null
      *         path; ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed, errno
@@ -515,15 +512,15 @@ extern "C"
      *
      * @param lpszSrcFile path of a regular file, UTF-8; links are followed.
      * @param lpszDstFile path of the copy, UTF-8; without a folder part it is in the current
-     * folder.
+     *                    folder.
      * @param bFailIfExists true to refuse when the destination exists, false to replace it.
      * @return true when the copy is complete. Codes: ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null
      *         argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the destination exists and must not;
      *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder cannot be made;
      *         ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source is missing or no regular
      *         file, both are the same file, the destination is not writable, whether it exists
-     * cannot be told, or a path is too long. When the folder was made on the way, the code reads
-     * ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the success.
+     *         cannot be told, or a path is too long. When the folder was made on the way, the code
+     *         reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the success.
      *
      * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
      */
@@ -573,7 +570,7 @@ extern "C"
      *                      order; give it back with Fundix_Memory_Free(). Null to count only.
      * @param pnDiskCount receives the number of names; 0 is a success.
      * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
-     * count, or the report cannot be had or kept in memory; nothing is written then.
+     *         count, or the report cannot be had or kept in memory; nothing is written then.
      *
      * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
      * "system_profiler SPStorageDataType".
@@ -586,7 +583,7 @@ extern "C"
      * @param pstCpuInfo record to fill; clear it first, a field that the report lacks keeps its
      *                   content.
      * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
-     * record (untouched), or the report cannot be had (the two counts are filled).
+     *         record (untouched), or the report cannot be had (the two counts are filled).
      *
      * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
      * "system_profiler SPHardwareDataType", sysconf(), std::thread::hardware_concurrency().
@@ -602,7 +599,7 @@ extern "C"
      *                      any case, is cleared.
      * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
      *         or memory ran out. What cannot be found stays empty and is no failure; the flag and
-     * code are then those that the last of the four commands left.
+     *         code are then those that the last of the four commands left.
      *
      * Blocks while four commands run. Threads: any. From: the outputs of system_profiler and ioreg
      * through the shell, with grep, head, awk, sed and xxd.
@@ -621,13 +618,13 @@ extern "C"
      *
      * @param lpszCommand command line for /bin/sh; its standard error goes where the caller's goes.
      * @param lpszResult buffer that holds a NUL-terminated text, to which the lines are appended.
-     * It must have room for all that is selected: use Mirovan_Process_ReadCmdLines() for output of
-     * unknown length.
+     *                   It must have room for all that is selected: use
+     *                   Mirovan_Process_ReadCmdLines() for output of unknown length.
      * @param nLineCount how many lines to take; 0 or less takes all.
      * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
      * @param pnResultLen receives the number of bytes appended; may be null; untouched on failure.
      * @return true when the command was started and its output read, whatever it printed and
-     * however it ended. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null command or buffer;
+     *         however it ended. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null command or buffer;
      *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be read.
      *         The buffer holds its earlier text on failure.
      *
@@ -647,12 +644,12 @@ extern "C"
      * @param nLineCount how many lines to take; 0 or less takes all.
      * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
      * @param pfnPiece called for each line, or piece of one, with its NUL-terminated text of at
-     * most 2,047 bytes, its length, and pContext. The text is valid during the call. It returns
-     * false to stop, which is a success.
+     *                 most 2,047 bytes, its length, and pContext. The text is valid during the
+     *                 call. It returns false to stop, which is a success.
      * @param pContext handed to pfnPiece; may be null.
      * @return as Mirovan_Process_ReadCmdReturn(): ::ERROR_MIROVAN_PROCESS_PARAMETER a null command
-     * or function; ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be
-     * read (the function may have been called before).
+     *         or function; ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output
+     *         not be read (the function may have been called before).
      *
      * Threads: any; the function is called on the calling thread. From: popen().
      */
@@ -668,7 +665,7 @@ extern "C"
      * @param nPid process id. 0 is not replaced here by the calling process; give getpid().
      * @return true when the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         record; ::ERROR_MIROVAN_PROCESS_INFO_FAILED the process cannot be read (only
-     * nProcessId is written), or its user has no account (only tszUserName is not written).
+     *         nProcessId is written), or its user has no account (only tszUserName is not written).
      *
      * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, getpwuid_r(), whose answer a
      * thread uses again for up to a second; on Linux /proc.
@@ -684,8 +681,7 @@ extern "C"
      * @param pnCpuUsage receives the figure; untouched on failure.
      * @param nPid process id; 0 is the calling process.
      * @return true when the figure was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
-     * output;
-     *         ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
+     *         output; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
      *
      * Threads: any. From: proc_pidinfo() with PROC_PIDTHREADINFO, its pth_cpu_usage; on Linux
      * /proc.
@@ -764,7 +760,7 @@ extern "C"
      *                        name the process by nPid.
      * @param nPid process id, above 0; read only when lpszProcessName is null.
      * @param bIgnoreChild true to ignore SIGCHLD in the whole process during the call; it is left
-     * at its default afterwards, whatever it was before.
+     *                     at its default afterwards, whatever it was before.
      * @return true when the signal was sent. Codes: ::ERROR_MIROVAN_PROCESS_STOP_FIND the lookup
      *         cannot be run, or the name is too long; ::ERROR_MIROVAN_PROCESS_NOTFOUND no process
      *         matches; ::ERROR_MIROVAN_PROCESS_ACCESS not permitted;
@@ -858,8 +854,8 @@ extern "C"
      * @param pnSysType receives 2.
      * @param lpszSysRelease buffer of 256 bytes for the kernel release once more; may be null.
      * @return true when all was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER one of the first
-     * four is null; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the system does not tell. Nothing is
-     *         written on failure.
+     *         four is null; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the system does not tell. Nothing
+     *         is written on failure.
      *
      * Threads: any. From: uname().
      */
@@ -885,7 +881,7 @@ extern "C"
      * @brief Processor load of all processes together, in percent of one processor.
      *
      * @param pnCpuUsage receives the load, cut off to a whole number; it may exceed 100. Untouched
-     * on failure.
+     *                   on failure.
      * @return true when the load was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output;
      *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started.
      *
@@ -898,8 +894,7 @@ extern "C"
      *
      * @param pstLibTime record to fill; untouched on failure.
      * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null
-     * record;
-     *         ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED no local time for it.
+     *         record; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED no local time for it.
      *
      * Threads: any. From: time(), the clock that counts from the system's start, localtime_r().
      */
@@ -909,7 +904,7 @@ extern "C"
      * @brief Number of processors.
      *
      * @param pnProcessCount receives the number of processors that are available, or of all when
-     * the system does not tell the first; 0 when it tells neither.
+     *                       the system does not tell the first; 0 when it tells neither.
      * @return true when an output was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output.
      *
      * Threads: any. From: sysctl() HW_AVAILCPU, then HW_NCPU.
@@ -922,7 +917,7 @@ extern "C"
      * @param pppstProcessList receives the table of 0 rows, which is null; nothing is to be freed.
      * @param pnListCount receives 0.
      * @return true when both arguments were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
-     * null; nothing is written then.
+     *         null; nothing is written then.
      *
      * Threads: any. From: nothing.
      */
@@ -933,7 +928,7 @@ extern "C"
      * @brief Login name of the effective user, and host name.
      *
      * @param lpszUserName buffer for the login name, of the longest login name and NUL (256 bytes
-     * on macOS and Linux); empty when the user has no account. May be null.
+     *                     on macOS and Linux); empty when the user has no account. May be null.
      * @param lpszHostName buffer of 1,024 bytes for the host name; may be null.
      * @return true; it never fails.
      *
@@ -946,11 +941,11 @@ extern "C"
      * processes.
      *
      * @param nShutdownType 0x10001 or 0x10007 halt; 0x10002 display off; 0x10003 restart; 0x10004
-     * kill all processes of the user who is logged in at the terminal (never the superuser's);
-     * 0x10005 lock the screen.
+     *                      kill all processes of the user who is logged in at the terminal (never
+     *                      the superuser's); 0x10005 lock the screen.
      * @return true when the action was done. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE another
      *         value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed, with
-     * the errno of a halt or restart that was refused.
+     *         the errno of a halt or restart that was refused.
      *
      * Threads: any. From: reboot() (on Linux after sync()); xset, pkill and
      * gnome-screensaver-command through the shell.
@@ -968,8 +963,8 @@ extern "C"
      * @param nTimeout limit in whole seconds; 0 or less kills a command that has not ended at once.
      * @return true when the command was run, however it ended. Codes:
      *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null command;
-     * ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
-     * ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the shell cannot be started.
+     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
+     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the shell cannot be started.
      *
      * Threads: the signal settings are the process's: calls at the same time may restore each
      * other's. From: sigaction(), process creation, waitpid(), kill().
@@ -998,7 +993,7 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
      * @param pnWidth receives the width in pixels, 0 without a display.
      * @param pnHeight receives the height in pixels, 0 without a display.
      * @return true when both outputs were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
-     * null; nothing is written then.
+     *         null; nothing is written then.
      *
      * Threads: any. From: CoreGraphics; on Linux the X server of DISPLAY, else the kernel's DRM
      * output or framebuffer.
@@ -1188,7 +1183,7 @@ public:
      *
      * @param cState the letter.
      * @param pnState receives 0 for R, 1 for S, 2 for D, 3 for Z, 4 for T, 5 for W, 6 for any
-     * other.
+     *                other.
      * @return true when an output was given. Code: ::ERROR_MIROVAN_PROCESS_PARAMETER it is null.
      *
      * Threads: any. From: nothing.

@@ -60,7 +60,8 @@ TEST(ProcessorLoad, IsScaledUntilTheSumFits)
 
 TEST(ProcessorLoad, OfCountersNearTheirEndDoesNotWrap)
 {
-    const auto load = processor_load("cpu  6960 532 18446722036854775807 94783563202560 94 8 0 0\n");
+    const auto load =
+        processor_load("cpu  6960 532 18446722036854775807 94783563202560 94 8 0 0\n");
     ASSERT_TRUE(load);
     EXPECT_LE(idle_percent(*load), 1U);
     const auto idle = processor_load("cpu  1 1 1 18446744073709551615 18446744073709551615\n");

@@ -9,9 +9,9 @@ namespace test
 /// The path of the program of support/child.cpp.
 std::string child_program();
 
-/// Runs it with options until the end of the scope, when it is killed and reaped, unless
-/// someone has done so. It has done
-/// what the options say, and sleeps unless it is busy, when the constructor returns.
+/// Runs it with options until the end of the scope, when it is killed and reaped, unless someone
+/// has done so. It has done what the options say, and sleeps unless it is busy, when the
+/// constructor returns.
 class Child
 {
 public:
