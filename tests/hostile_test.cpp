@@ -48,6 +48,7 @@ namespace
 
 using test::Held;
 using test::Operation;
+using test::require;
 using test::World;
 
 /// What surroundings may do to an outcome.
@@ -68,12 +69,6 @@ struct Surroundings
     std::function<void(World&)> before_preparing = {};
     bool can_look = true; ///< What the process holds can be told from within.
 };
-
-void require(bool success)
-{
-    if (!success)
-        throw std::system_error{errno, std::generic_category()};
-}
 
 /// Standard input, output and error, out of the way.
 std::vector<int> put_away;

@@ -18,7 +18,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -26,6 +25,7 @@ namespace
 {
 
 using test::Child;
+using test::require;
 
 constexpr int no_such_process = INT_MAX;
 
@@ -36,12 +36,6 @@ std::string ps(const std::string& column, int pid)
         test::shell_output("LC_ALL=C ps -ww -o " + column + "= -p " + std::to_string(pid));
     text.erase(text.find_last_not_of(" \n") + 1);
     return text.erase(0, text.find_first_not_of(' '));
-}
-
-void require(bool success)
-{
-    if (!success)
-        throw std::system_error{errno, std::generic_category()};
 }
 
 tag_Mirovan_Process_Infomation info(int pid)

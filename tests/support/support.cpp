@@ -130,13 +130,14 @@ void as_ordinary_user(const std::function<void()>& body)
         });
 }
 
+void require(bool success)
+{
+    if (!success)
+        throw std::system_error{errno, std::generic_category()};
+}
+
 void enter_namespaces(int further)
 {
-    const auto require = [](bool success)
-    {
-        if (!success)
-            throw std::system_error{errno, std::generic_category(), "namespaces"};
-    };
     const std::string user = "0 " + std::to_string(geteuid()) + " 1";
     const std::string group = "0 " + std::to_string(getegid()) + " 1";
     const bool ordinary = geteuid() != 0;

@@ -46,6 +46,9 @@ void in_child(const std::function<void()>& body);
 /// The same as an ordinary user, also when the tests run as the superuser.
 void as_ordinary_user(const std::function<void()>& body);
 
+/// Throws errno unless a call that the test itself depends on succeeded.
+void require(bool success);
+
 /// Gives the process, which must have one thread, a mount table of its own, in which an ordinary
 /// user may mount too; further namespaces are those of unshare(). Throws what makes that fail.
 void enter_namespaces(int further = 0);
