@@ -43,8 +43,11 @@ TEST_P(FileCopying, GivesTheContent)
     EXPECT_EQ(read_file(scratch_ / "a/b/\xF0\x9F\x8E\x89"), bytes);
     EXPECT_SUCCEEDS(copy(scratch_ / "link", longer));
     EXPECT_EQ(read_file(longer), bytes);
-    EXPECT_SUCCEEDS(copy(scratch_.file("empty"), longer));
+    const std::string empty = scratch_.file("empty");
+    EXPECT_SUCCEEDS(copy(empty, longer));
     EXPECT_EQ(read_file(longer), "");
+    EXPECT_SUCCEEDS(copy(source, empty));
+    EXPECT_EQ(read_file(empty), bytes);
     test::in_child(
         [&]
         {
@@ -122,15 +125,25 @@ TEST_P(FileCopying, Failures)
 
     const std::string closed = scratch_.file("closed", "kept");
     ASSERT_EQ(chmod(closed.c_str(), 0400), 0);
+    const std::string open_to_all = scratch_.file("open to all", "kept");
+    ASSERT_EQ(chmod(open_to_all.c_str(), 0666), 0);
     ASSERT_EQ(chmod(source.c_str(), 0444), 0);
+    const bool is_anothers = geteuid() == 0;
     test::as_ordinary_user(
         [&]
         {
             const std::string own = scratch_ / "own";
             EXPECT_SUCCEEDS(copy(source, own));
-            EXPECT_FAILS(copy(source, own), ERROR_MIROVAN_FILE_COPY_FAILED, EACCES);
+            EXPECT_FAILS(copy(source, own), failed, EACCES);
+            EXPECT_FAILS(copy(source, closed), failed, EACCES);
+            // It may write there, but not set the permission bits.
+            if (is_anothers)
+            {
+                EXPECT_FAILS(copy(source, open_to_all), failed, EPERM);
+            }
         });
     EXPECT_EQ(read_file(closed), "kept");
+    EXPECT_EQ(read_file(open_to_all), "kept");
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, FileCopying, testing::Bool(),

@@ -140,6 +140,7 @@ void World::add_commands()
                               "echo '      Volume UUID: V-1'\n"
                               "echo '    Two:'; echo '      Writable: Yes';;\n"
                               "*) echo '      Processor Name: Fast'\n"
+                              "echo '      Processor Speed: 2.5 GHz'\n"
                               "echo '      Serial Number (system): S-1'\n"
                               "echo '      Hardware UUID: H-1';; esac");
     script("ioreg", "echo '\"serial-number\" = <412d31>'");
@@ -453,7 +454,7 @@ void World::add_hardware()
         [=](Hit hit)
         {
             return std::strcmp(processor->tszProcessorName, "Fast") == 0 &&
-                   (are_counted() || was(hit, "sysconf"));
+                   processor->nProcessorSpeed == 2500 && (are_counted() || was(hit, "sysconf"));
         });
     cpu.prepare = [=] { *processor = {}; };
     cpu.promised = [=] { return processor->nHardwareThreads > 0; };

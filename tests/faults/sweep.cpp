@@ -28,6 +28,8 @@ struct Exemption
 constexpr Exemption exemptions[] = {
     {"EnumFile", "openat", "errno is ENOENT",
      "a folder that may not be read is passed over, and errno then tells that nothing was found"},
+    {"EnumFile", "fstatat", "errno is ENOENT",
+     "an entry whose status cannot be read is left out, and errno then tells likewise"},
     {"SetProcessForCpu", "", "errno is EINVAL",
      "the home platform's thread calls report no errno; each of its results stands for one"},
     {"GetProcessForCpu", "", "errno is EINVAL", "likewise"},
