@@ -38,8 +38,11 @@ bool is_or_empty(const std::string& text, const std::string& expected, Hit hit)
 
 std::string user_name()
 {
-    const passwd* user = getpwuid(geteuid());
-    return user == nullptr ? "" : user->pw_name;
+    passwd user{};
+    passwd* found = nullptr;
+    std::array<char, 4096> texts;
+    getpwuid_r(geteuid(), &user, texts.data(), texts.size(), &found);
+    return found == nullptr ? "" : found->pw_name;
 }
 
 bool is_about(const TARVELO_LIBTIME& time, std::time_t expected)

@@ -1,0 +1,102 @@
+#include "tests/faults/operations.h"
+#include "tests/support/meanwhile.h"
+
+#include <atomic>
+#include <climits>
+#include <ctime>
+#include <mutex>
+#include <thread>
+
+namespace
+{
+
+using test::Operation;
+using test::World;
+
+/// Whether an operation changes nothing: not even who its process's children are.
+bool only_reads(const Operation& operation)
+{
+    const auto begins = [&](const char* start) { return operation.name.starts_with(start); };
+    return begins("Get") || begins("Enum") || begins("ReadCmd") || begins("IsAdmin");
+}
+
+/// What is wrong with the operations' answers, one after the other.
+std::string answers_of(World& world)
+{
+    std::string wrong;
+    for (const Operation& operation : world.operations())
+    {
+        if (!only_reads(operation))
+            continue;
+        world.prepare(operation);
+        const bool result = operation.run();
+        bool failed = false;
+        const uint64_t code = Mirovan_GetThreadError(&failed, nullptr);
+        if (result == operation.refuses)
+            wrong += operation.name + " gives code " + std::to_string(code) + "\n";
+        else if (result == failed && !operation.leaves_error)
+            wrong += operation.name + " contradicts its error state\n";
+        else if (result && !operation.right({}))
+            wrong += operation.name + " answers wrongly\n";
+        world.release(operation);
+    }
+    return wrong;
+}
+
+/// One failure of each family, and whether its thread was told so each time.
+bool failures_are_told()
+{
+    tag_Mirovan_Disk_Information disk;
+    tag_Mirovan_Process_Infomation process;
+    MIROVAN_FILE_ATTR attributes;
+    const char* const missing = "/no/such/path";
+    const auto told = [](bool result, uint64_t code)
+    { return !result && Mirovan_GetThreadError(nullptr, nullptr) == code; };
+    return told(Mirovan_File_GetFileAttrA(missing, &attributes),
+                ERROR_MIROVAN_FILE_ATTR_NOTFOUND) &&
+           told(Mirovan_HardWare_GetDiskInfomation(missing, &disk, 1),
+                ERROR_MIROVAN_HARDWARE_DISK_STATFS) &&
+           told(Mirovan_Process_GetProcessInfo(&process, nullptr, INT_MAX),
+                ERROR_MIROVAN_PROCESS_INFO_FAILED) &&
+           told(Mirovan_System_GetUpTime(nullptr), ERROR_MIROVAN_SYSTEM_PARAMETER);
+}
+
+TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
+{
+    const auto ask_on_all_threads = []
+    {
+        // Without a zone the C library reads its file each time, under a lock that TSan cannot see.
+        const test::Environment zone{"TZ", "UTC"};
+        tzset();
+        std::deque<World> worlds(8);
+        std::atomic<int> untold{0};
+        std::mutex mutex;
+        std::string wrong;
+        {
+            const auto fail = [&untold] { untold += !failures_are_told(); };
+            const test::Meanwhile failing{fail}, failing_too{fail};
+            std::vector<std::thread> threads;
+            for (World& world : worlds)
+                threads.emplace_back(
+                    [&]
+                    {
+                        for (int round = 0; round < 3; ++round)
+                        {
+                            const std::string answers = answers_of(world);
+                            const std::lock_guard lock{mutex};
+                            wrong += answers;
+                        }
+                    });
+            for (std::thread& thread : threads)
+                thread.join();
+        }
+        EXPECT_EQ(wrong, "");
+        EXPECT_EQ(untold, 0);
+        // Each gives PATH and the like back as it found them.
+        while (!worlds.empty())
+            worlds.pop_back();
+    };
+    test::in_child(ask_on_all_threads);
+}
+
+} // namespace
