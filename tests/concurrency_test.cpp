@@ -4,6 +4,7 @@
 #include <atomic>
 #include <climits>
 #include <ctime>
+#include <dlfcn.h>
 #include <mutex>
 #include <thread>
 
@@ -65,9 +66,11 @@ TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
 {
     const auto ask_on_all_threads = []
     {
-        // Without a zone the C library reads its file each time, under a lock that TSan cannot see.
+        // TSan cannot see the locks under which the C library reads the zone's file anew, which it
+        // does when there is no zone, and loads and unloads libraries.
         const test::Environment zone{"TZ", "UTC"};
         tzset();
+        void* const display_library = dlopen("libxcb.so.1", RTLD_NOW);
         std::deque<World> worlds(8);
         std::atomic<int> untold{0};
         std::mutex mutex;
@@ -95,6 +98,8 @@ TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
         // Each gives PATH and the like back as it found them.
         while (!worlds.empty())
             worlds.pop_back();
+        if (display_library != nullptr)
+            dlclose(display_library);
     };
     test::in_child(ask_on_all_threads);
 }
