@@ -1,7 +1,6 @@
 #include "tests/support/support.h"
 
 #include <cstring>
-#include <fstream>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <memory>
 #include <set>
 #include <string_view>

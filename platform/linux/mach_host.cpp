@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <exception>
-#include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 

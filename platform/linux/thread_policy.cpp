@@ -3,7 +3,6 @@
 #include "platform/linux/tag_table.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <mach/mach.h>
 #include <new>
 #include <pthread.h>
