@@ -9,6 +9,7 @@ class Mirovan < Formula
 
   depends_on "cmake" => :build
   depends_on "ninja" => :build
+  depends_on macos: :ventura # of either processor
 
   def install
     system "cmake", "-S", ".", "-B", "build", "-G", "Ninja",
