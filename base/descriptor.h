@@ -25,10 +25,10 @@ public:
 
     ~Descriptor()
     {
-        const int kept_errno = errno;
+        const int saved_errno = errno;
         if (number_ >= 0)
             close(number_);
-        errno = kept_errno;
+        errno = saved_errno;
     }
 
     explicit operator bool() const noexcept { return number_ >= 0; }

@@ -1150,6 +1150,10 @@ public:
     /** See ::Mirovan_Process_ReadCmdReturn. */
     bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult, int nLineCount,
                                        int nStartLine, int* pnResultLen);
+    /** See ::Mirovan_Process_ReadCmdLines. */
+    bool Mirovan_Process_ReadCmdLines(
+        const char* lpszCommand, int nLineCount, int nStartLine,
+        bool (*pfnPiece)(const char* lpszPiece, int nPieceLen, void* pContext), void* pContext);
     /** See ::Mirovan_Process_GetProcessInfo. */
     bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
                                         const char* lpszProcessName, int nPid);

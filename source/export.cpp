@@ -1,5 +1,6 @@
+// Written by tools/generate from include/mirovan.h.
+
 #include "mirovan.h"
-#include "source/process/capture.h"
 
 bool Mirovan_File_GetFileAttrA(const char* lpszFile, MIROVAN_FILE_ATTR* pstFileAttr)
 {
@@ -105,9 +106,12 @@ bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult, in
 }
 
 bool Mirovan_Process_ReadCmdLines(const char* lpszCommand, int nLineCount, int nStartLine,
-                                  bool (*pfnPiece)(const char*, int, void*), void* pContext)
+                                  bool (*pfnPiece)(const char* lpszPiece, int nPieceLen,
+                                                   void* pContext),
+                                  void* pContext)
 {
-    return mirovan::read_command_lines(lpszCommand, {nLineCount, nStartLine}, pfnPiece, pContext);
+    return m_ProcessSdk.Mirovan_Process_ReadCmdLines(lpszCommand, nLineCount, nStartLine, pfnPiece,
+                                                     pContext);
 }
 
 bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,

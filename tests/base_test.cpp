@@ -1,8 +1,8 @@
 #include "base/charset.h"
-#include "base/memory.h"
 #include "base/shell_word.h"
 #include "base/string.h"
 #include "base/time.h"
+#include "source/table.h"
 #include "tests/support/support.h"
 
 #include <algorithm>
@@ -123,16 +123,24 @@ TEST(Charset, NothingIsWrittenPastTheDestination)
     }
 }
 
-TEST(RowTable, HasClearedRowsAndANullBehindThem)
+TEST(RowTable, HasClearedAlignedRowsAndANullBehindThem)
 {
-    char** table = nullptr;
-    ASSERT_TRUE(mirovan::make_table(&table, 3, 1024));
-    for (int row = 0; row < 3; ++row)
-        EXPECT_EQ(std::count(table[row], table[row] + 1024, '\0'), 1024);
-    EXPECT_EQ(table[3], nullptr);
-    EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&table), 3));
-    EXPECT_EQ(table, nullptr);
-    EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&table), 0));
+    for (const auto& [rows, size] : {std::pair{3, 1024}, {1, 1}, {5, 13}, {70, 1028}, {4000, 4096}})
+    {
+        char** table = nullptr;
+        ASSERT_TRUE(mirovan::make_table(&table, rows, static_cast<std::size_t>(size)));
+        for (int row = 0; row < rows; ++row)
+        {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(table[row]) % alignof(std::max_align_t), 0);
+            EXPECT_EQ(std::count(table[row], table[row] + size, '\0'), size);
+            std::fill_n(table[row], size, '#');
+        }
+        EXPECT_EQ(table[rows], nullptr);
+        EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&table), rows));
+        EXPECT_EQ(table, nullptr);
+    }
+    char** none = nullptr;
+    EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&none), 0));
     EXPECT_FALSE(Fundix_Memory_Free(nullptr, 3));
 }
 

@@ -124,3 +124,17 @@ def records(text: str) -> Dict[str, Record]:
         found[name] = Record(name, paragraphs(comment)[0].removeprefix("@brief "),
                              [(one_line(field), one_line(meaning)) for field, meaning in about])
     return found
+
+
+CLASSES = {"File": ("CMirovan_File", "m_FileSdk"), "HardWare": ("CMirovan_HardWare", "m_Hardware"),
+           "Process": ("CMirovan_Process", "m_ProcessSdk"),
+           "System": ("CMirovan_System", "m_SystemSdk")}
+
+
+def methods(text: str) -> Dict[str, List[str]]:
+    """The parameter lists of every method of the four classes, by its name."""
+    found: Dict[str, List[str]] = {}
+    for name, parameters in re.findall(r"^    bool (Mirovan_\w+)\(([^;]*)\);",
+                                       text[text.index("class MIROVAN_API"):], re.MULTILINE):
+        found.setdefault(name, []).append(one_line(parameters))
+    return found

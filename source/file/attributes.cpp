@@ -12,27 +12,25 @@ namespace
 template <class Form>
 bool get_attributes(const typename Form::Char* path, MIROVAN_FILE_ATTR* attributes)
 {
-    return run_operation(ERROR_MIROVAN_FILE_ATTR_NOTFOUND,
-                         [&]
-                         {
-                             if (path == nullptr || attributes == nullptr)
-                                 return fail(ERROR_MIROVAN_FILE_ATTR_PARAMETER, EINVAL);
-                             PathBuffer buffer;
-                             struct stat status
-                             {
-                             };
-                             const char* native = Form::native(path, buffer);
-                             if (native == nullptr || stat(native, &status) != 0)
-                                 return fail(ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
-                             attributes->nFileSize = status.st_size;
-                             attributes->nCreateTime = status.st_ctimespec.tv_sec;
-                             attributes->nAccessTime = status.st_atimespec.tv_sec;
-                             attributes->nModifyTime = status.st_mtimespec.tv_sec;
-                             attributes->bIsFile = !S_ISDIR(status.st_mode);
-                             attributes->bIsHidden = path[0] == '.';
-                             attributes->bIsReadable = access(native, R_OK) == 0;
-                             return true;
-                         });
+    return operation<ERROR_MIROVAN_FILE_ATTR_NOTFOUND>(
+        [&]
+        {
+            if (path == nullptr || attributes == nullptr)
+                return fail(ERROR_MIROVAN_FILE_ATTR_PARAMETER, EINVAL);
+            PathBuffer buffer;
+            struct stat status = {};
+            const char* native = Form::native(path, buffer);
+            if (native == nullptr || stat(native, &status) != 0)
+                return fail(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, errno);
+            attributes->nFileSize = status.st_size;
+            attributes->nCreateTime = status.st_ctimespec.tv_sec;
+            attributes->nAccessTime = status.st_atimespec.tv_sec;
+            attributes->nModifyTime = status.st_mtimespec.tv_sec;
+            attributes->bIsFile = !S_ISDIR(status.st_mode);
+            attributes->bIsHidden = path[0] == '.';
+            attributes->bIsReadable = access(native, R_OK) == 0;
+            return true;
+        });
 }
 
 } // namespace

@@ -97,7 +97,8 @@ bool copy_file(const typename Form::Char* source, const typename Form::Char* des
         return fail(ERROR_MIROVAN_FILE_COPY_FAILED, unknown);
     PathBuffer converted;
     const char* from = Form::native(source, converted);
-    return (from != nullptr && copy_content(from, to)) || fail(ERROR_MIROVAN_FILE_COPY_FAILED);
+    return (from != nullptr && copy_content(from, to)) ||
+           fail(ERROR_MIROVAN_FILE_COPY_FAILED, errno);
 }
 
 } // namespace
@@ -107,16 +108,14 @@ bool CMirovan_File::Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* 
                                            bool bFailIfExists)
 {
     using namespace mirovan;
-    return run_operation(
-        ERROR_MIROVAN_FILE_COPY_FAILED,
-        [&] { return copy_file<NarrowForm>(lpszSrcFile, lpszDstFile, bFailIfExists); });
+    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file<NarrowForm>, lpszSrcFile,
+                                                     lpszDstFile, bFailIfExists);
 }
 
 bool CMirovan_File::Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile, const wchar_t* lpwszDstFile,
                                            bool bFailIfExists)
 {
     using namespace mirovan;
-    return run_operation(
-        ERROR_MIROVAN_FILE_COPY_FAILED,
-        [&] { return copy_file<WideForm>(lpwszSrcFile, lpwszDstFile, bFailIfExists); });
+    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file<WideForm>, lpwszSrcFile,
+                                                     lpwszDstFile, bFailIfExists);
 }

@@ -130,14 +130,13 @@ bool delete_folder(const typename Form::Char* path, bool with_root)
     if (path == nullptr)
         return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER, EINVAL);
     PathBuffer buffer;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     const char* native = Form::native(path, buffer);
     if (native == nullptr)
-        return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED);
+        return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, errno);
     if (stat(native, &status) != 0)
-        return errno == ENOENT || errno == ENOTDIR || fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED);
+        return errno == ENOENT || errno == ENOTDIR ||
+               fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, errno);
     if (!S_ISDIR(status.st_mode))
         return true;
 
@@ -156,13 +155,13 @@ bool delete_folder(const typename Form::Char* path, bool with_root)
 bool CMirovan_File::Mirovan_File_DeleteMutilFolderA(const char* lpszPath, bool bDelRoot)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED,
-                         [&] { return delete_folder<NarrowForm>(lpszPath, bDelRoot); });
+    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder<NarrowForm>, lpszPath,
+                                                             bDelRoot);
 }
 
 bool CMirovan_File::Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED,
-                         [&] { return delete_folder<WideForm>(lpwszPath, bDelRoot); });
+    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder<WideForm>, lpwszPath,
+                                                             bDelRoot);
 }

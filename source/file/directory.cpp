@@ -55,9 +55,9 @@ EntryKind kind_of(const struct stat& status)
 
 void Directory::Close::operator()(DIR* stream) const
 {
-    const int kept_errno = errno;
+    const int saved_errno = errno;
     closedir(stream);
-    errno = kept_errno;
+    errno = saved_errno;
 }
 
 Directory Directory::open(int parent, const char* name, Links links)
@@ -104,9 +104,7 @@ bool Directory::confirm(Entry& entry)
 {
     if (confirmed_ && entry.kind != EntryKind::unknown)
         return true;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (fstatat(descriptor(), entry.name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return false;
     confirmed_ = true;
@@ -130,9 +128,7 @@ bool Directory::read_ahead()
 
 bool Directory::park()
 {
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (!read_ahead() || fstat(descriptor(), &status) != 0)
         return false;
     device_ = status.st_dev;
@@ -145,9 +141,7 @@ bool Directory::park()
 bool Directory::unpark(int child)
 {
     Descriptor parent = open_at(child, "..", O_RDONLY | O_DIRECTORY);
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (!parent || fstat(parent.get(), &status) != 0)
         return false;
     if (status.st_dev != device_ || status.st_ino != inode_)

@@ -203,15 +203,13 @@ bool enumerate(const Char* path, std::list<std::basic_string<Char>>* list, bool 
     if (path == nullptr || list == nullptr)
         return fail(ERROR_MIROVAN_FILE_ENUM_PARAMETER, EINVAL);
     PathBuffer start;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (!Form::convert(path, start))
         throw_error("a path cannot be converted", {}, errno);
     if (stat(start, &status) != 0)
     {
         if (errno == ENOENT || errno == ENOTDIR)
-            return fail(ERROR_MIROVAN_FILE_ENUM_NOTDIR);
+            return fail(ERROR_MIROVAN_FILE_ENUM_NOTDIR, errno);
         throw_error("a folder's status cannot be read", start, errno);
     }
     if (!S_ISDIR(status.st_mode))

@@ -1,6 +1,6 @@
-#include "base/memory.h"
 #include "source/file/path_form.h"
 #include "source/operation.h"
+#include "source/table.h"
 
 #include <algorithm>
 #include <limits>
@@ -16,9 +16,7 @@ using PathList = std::list<std::basic_string<Char>>;
 
 bool exists(const char* path)
 {
-    struct stat status
-    {
-    };
+    struct stat status = {};
     return stat(path, &status) == 0;
 }
 
@@ -97,7 +95,7 @@ bool enumerate_into_table(const typename Form::Char* path, typename Form::Char**
     PathList<typename Form::Char> list;
     Target<Form> target;
     if (path != nullptr && !target.parse(path))
-        return fail(ERROR_MIROVAN_FILE_ENUM_NOTDIR);
+        return fail(ERROR_MIROVAN_FILE_ENUM_NOTDIR, errno);
     if (!list_entries(path != nullptr ? target.folder() : nullptr, list, recurse, type,
                       target.filter()) ||
         (table != nullptr && !make_rows(list, table)))
@@ -114,24 +112,21 @@ bool CMirovan_File::Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFi
                                            int* pnFileCount, bool bRecurse, int nListType)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_ENUM_NOTDIR,
-                         [&]
-                         {
-                             if (lpszPath == nullptr)
-                                 return fail(ERROR_MIROVAN_FILE_ATTR_PARAMETER, EINVAL);
-                             return enumerate_into_table<NarrowForm>(
-                                 lpszPath, pppszFileList, pnFileCount, bRecurse, nListType);
-                         });
+    return operation<ERROR_MIROVAN_FILE_ENUM_NOTDIR>(
+        [&]
+        {
+            if (lpszPath == nullptr)
+                return fail(ERROR_MIROVAN_FILE_ATTR_PARAMETER, EINVAL);
+            return enumerate_into_table<NarrowForm>(lpszPath, pppszFileList, pnFileCount, bRecurse,
+                                                    nListType);
+        });
 }
 
 bool CMirovan_File::Mirovan_File_EnumFileW(const wchar_t* lpwszPath, wchar_t*** pppwszFileList,
                                            int* pnFileCount, bool bRecurse, int nListType)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_ENUM_NOTDIR,
-                         [&]
-                         {
-                             return enumerate_into_table<WideForm>(
-                                 lpwszPath, pppwszFileList, pnFileCount, bRecurse, nListType);
-                         });
+    return operation<ERROR_MIROVAN_FILE_ENUM_NOTDIR>(enumerate_into_table<WideForm>, lpwszPath,
+                                                     pppwszFileList, pnFileCount, bRecurse,
+                                                     nListType);
 }

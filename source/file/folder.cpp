@@ -18,9 +18,7 @@ bool make_level(const char* path)
     if (mkdir(path, 0777) == 0)
         return true;
     const int reason = errno;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     const bool known = stat(path, &status) == 0;
     if (known && S_ISDIR(status.st_mode))
         return true;
@@ -54,18 +52,16 @@ bool ensure_folder(const typename Form::Char* path)
         return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER, EINVAL);
     PathBuffer folder;
     if (!Form::convert(path, folder))
-        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED);
+        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, errno);
     const std::size_t length = std::strlen(folder);
     if (length != 0 && folder[length - 1] == '\\')
         folder[length - 1] = '\0';
 
-    struct stat status
-    {
-    };
+    struct stat status = {};
     if (stat(folder, &status) == 0)
         return true;
     const bool absent = errno == ENOENT || errno == ENOTDIR;
-    return (absent && make_levels(folder)) || fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED);
+    return (absent && make_levels(folder)) || fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, errno);
 }
 
 /// Whether the folder part of a path names a folder; a part that names nothing is an error of the
@@ -74,12 +70,10 @@ template <class Form>
 bool folder_exists(const typename Form::Char* folder)
 {
     PathBuffer buffer;
-    struct stat status
-    {
-    };
+    struct stat status = {};
     const char* native = Form::native(folder, buffer);
     if (native == nullptr || stat(native, &status) != 0)
-        return fail(ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
+        return fail(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, errno);
     return S_ISDIR(status.st_mode);
 }
 
@@ -88,8 +82,7 @@ bool folder_exists(const typename Form::Char* folder)
 template <class Form>
 bool create_folder(const typename Form::Char* path)
 {
-    return run_operation(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED,
-                         [&] { return ensure_folder<Form>(path); });
+    return operation<ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED>(ensure_folder<Form>, path);
 }
 
 template <class Form>

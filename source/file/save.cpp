@@ -17,7 +17,7 @@ bool save_buffer(const typename Form::Char* file, const char* bytes, int length)
         return false;
     const Stream stream = open_for_writing(native);
     if (!stream || !write_all(stream.get(), {bytes, static_cast<std::size_t>(length)}))
-        return fail(ERROR_MIROVAN_FILE_SAVE_OPEN);
+        return fail(ERROR_MIROVAN_FILE_SAVE_OPEN, errno);
     return true;
 }
 
@@ -28,14 +28,14 @@ bool CMirovan_File::Mirovan_File_SaveBuffToFileA(const char* lpszFile, const cha
                                                  int nBufLen)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_SAVE_OPEN,
-                         [&] { return save_buffer<NarrowForm>(lpszFile, lpszBuffer, nBufLen); });
+    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer<NarrowForm>, lpszFile, lpszBuffer,
+                                                   nBufLen);
 }
 
 bool CMirovan_File::Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
                                                  int nBufLen)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_SAVE_OPEN,
-                         [&] { return save_buffer<WideForm>(lpwszFile, lpszBuffer, nBufLen); });
+    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer<WideForm>, lpwszFile, lpszBuffer,
+                                                   nBufLen);
 }

@@ -51,8 +51,8 @@ bool create_zero_filled(const typename Form::Char* file, long long size)
     const char* native = Form::native(file, converted);
     const Stream stream = native != nullptr ? open_for_writing(native) : nullptr;
     if (!stream)
-        return fail(ERROR_MIROVAN_FILE_SPARSE_OPEN);
-    return write_zeros(stream.get(), size) || fail(ERROR_MIROVAN_FILE_SPARSE_WRITE);
+        return fail(ERROR_MIROVAN_FILE_SPARSE_OPEN, errno);
+    return write_zeros(stream.get(), size) || fail(ERROR_MIROVAN_FILE_SPARSE_WRITE, errno);
 }
 
 } // namespace
@@ -61,13 +61,13 @@ bool create_zero_filled(const typename Form::Char* file, long long size)
 bool CMirovan_File::Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_SPARSE_OPEN,
-                         [&] { return create_zero_filled<NarrowForm>(lpszFile, nFileSize); });
+    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled<NarrowForm>, lpszFile,
+                                                     nFileSize);
 }
 
 bool CMirovan_File::Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_FILE_SPARSE_OPEN,
-                         [&] { return create_zero_filled<WideForm>(lpwszFile, nFileSize); });
+    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled<WideForm>, lpwszFile,
+                                                     nFileSize);
 }

@@ -13,9 +13,9 @@ struct CloseStream
 {
     void operator()(std::FILE* stream) const
     {
-        const int kept_errno = errno;
+        const int saved_errno = errno;
         static_cast<void>(std::fclose(stream));
-        errno = kept_errno;
+        errno = saved_errno;
     }
 };
 

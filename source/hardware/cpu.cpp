@@ -83,8 +83,7 @@ void take_processor_line(std::string_view line, tag_Mirovan_Cpu_Information& pro
 bool CMirovan_HardWare::Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Information* pstCpuInfo)
 {
     using namespace mirovan;
-    return run_operation(
-        ERROR_MIROVAN_HARDWARE_PARAMETER,
+    return operation<ERROR_MIROVAN_HARDWARE_PARAMETER>(
         [&]
         {
             if (pstCpuInfo == nullptr)

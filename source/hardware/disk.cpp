@@ -41,21 +41,18 @@ bool CMirovan_HardWare::Mirovan_HardWare_GetDiskInfomation(
     const char* lpszPath, tag_Mirovan_Disk_Information* pstDiskInfo, int nUnit)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_HARDWARE_DISK_STATFS,
-                         [&]
-                         {
-                             if (lpszPath == nullptr || pstDiskInfo == nullptr)
-                                 return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL);
-                             struct statfs volume
-                             {
-                             };
-                             if (statfs(lpszPath, &volume) != 0)
-                                 return fail(ERROR_MIROVAN_HARDWARE_DISK_STATFS);
-                             const uint64_t block_size = volume.f_bsize;
-                             pstDiskInfo->nFileSystem = file_system_kind(volume.f_fstypename);
-                             pstDiskInfo->nDiskTotal = block_size * volume.f_blocks;
-                             pstDiskInfo->nDiskFree = block_size * volume.f_bavail;
-                             return convert(*pstDiskInfo, nUnit) ||
-                                    fail(ERROR_MIROVAN_HARDWARE_DISK_UNIT, EINVAL);
-                         });
+    return operation<ERROR_MIROVAN_HARDWARE_DISK_STATFS>(
+        [&]
+        {
+            if (lpszPath == nullptr || pstDiskInfo == nullptr)
+                return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL);
+            struct statfs volume = {};
+            if (statfs(lpszPath, &volume) != 0)
+                return fail(ERROR_MIROVAN_HARDWARE_DISK_STATFS, errno);
+            const uint64_t block_size = volume.f_bsize;
+            pstDiskInfo->nFileSystem = file_system_kind(volume.f_fstypename);
+            pstDiskInfo->nDiskTotal = block_size * volume.f_blocks;
+            pstDiskInfo->nDiskFree = block_size * volume.f_bavail;
+            return convert(*pstDiskInfo, nUnit) || fail(ERROR_MIROVAN_HARDWARE_DISK_UNIT, EINVAL);
+        });
 }

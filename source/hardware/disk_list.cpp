@@ -1,7 +1,7 @@
-#include "base/memory.h"
 #include "base/string.h"
 #include "source/hardware/report.h"
 #include "source/operation.h"
+#include "source/table.h"
 
 namespace mirovan
 {
@@ -69,15 +69,14 @@ void WritableVolumes::take_line(std::string_view line)
 bool CMirovan_HardWare::Mirovan_HardWare_GetDiskNumber(char*** pppszDiskList, int* pnDiskCount)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_HARDWARE_PARAMETER,
-                         [&]
-                         {
-                             if (pnDiskCount == nullptr)
-                                 return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL);
-                             WritableVolumes volumes;
-                             return read_report("system_profiler SPStorageDataType",
-                                                [&](std::string_view line)
-                                                { volumes.take_line(line); }) &&
-                                    store_names(volumes.names(), pppszDiskList, pnDiskCount);
-                         });
+    return operation<ERROR_MIROVAN_HARDWARE_PARAMETER>(
+        [&]
+        {
+            if (pnDiskCount == nullptr)
+                return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL);
+            WritableVolumes volumes;
+            return read_report("system_profiler SPStorageDataType",
+                               [&](std::string_view line) { volumes.take_line(line); }) &&
+                   store_names(volumes.names(), pppszDiskList, pnDiskCount);
+        });
 }

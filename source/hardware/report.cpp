@@ -13,7 +13,7 @@ bool read_report(const char* command, const LineSink& take_line)
 {
     const CommandStream stream{platform::open_command(platform::report_command_line(command))};
     if (!stream)
-        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER);
+        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, errno);
     const int error = read_report_lines(fileno(stream.get()), take_line);
     return error == 0 || fail(ERROR_MIROVAN_HARDWARE_PARAMETER, error);
 }

@@ -45,8 +45,7 @@ void clear_first_placeholder(tag_Mirovan_SdkSerial_Information& serials)
 bool CMirovan_HardWare::Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo)
 {
     using namespace mirovan;
-    return run_operation(
-        ERROR_MIROVAN_HARDWARE_PARAMETER,
+    return operation<ERROR_MIROVAN_HARDWARE_PARAMETER>(
         [&]
         {
             if (pstSerialInfo == nullptr)

@@ -54,12 +54,12 @@ bool get_tag(pthread_t handle, unsigned long* tag)
 
 bool CMirovan_Process::Mirovan_Process_SetProcessForCpu(pthread_t hThread, unsigned long nCpuTag)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_SETCPU_FAILED,
-                                  [&] { return mirovan::set_tag(hThread, nCpuTag); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_SETCPU_FAILED>(mirovan::set_tag, hThread,
+                                                                   nCpuTag);
 }
 
 bool CMirovan_Process::Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_GET_FAILED,
-                                  [&] { return mirovan::get_tag(hThread, pnCpuTag); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_GET_FAILED>(mirovan::get_tag, hThread,
+                                                                pnCpuTag);
 }

@@ -38,18 +38,18 @@ void hand_over(PieceReader& output, LineSelection selection, const PieceSink& si
 
 bool capture_lines(const std::string& command_line, LineSelection selection, const PieceSink& sink)
 {
-    return run_operation(ERROR_MIROVAN_PROCESS_ACCESS,
-                         [&]
-                         {
-                             const CommandStream stream{platform::open_command(command_line)};
-                             if (!stream)
-                                 return fail(ERROR_MIROVAN_PROCESS_ACCESS);
-                             PieceReader output{fileno(stream.get()), piece_limit};
-                             hand_over(output, selection, sink);
-                             if (output.error() != 0)
-                                 return fail(ERROR_MIROVAN_PROCESS_ACCESS, output.error());
-                             return true;
-                         });
+    return operation<ERROR_MIROVAN_PROCESS_ACCESS>(
+        [&]
+        {
+            const CommandStream stream{platform::open_command(command_line)};
+            if (!stream)
+                return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno);
+            PieceReader output{fileno(stream.get()), piece_limit};
+            hand_over(output, selection, sink);
+            if (output.error() != 0)
+                return fail(ERROR_MIROVAN_PROCESS_ACCESS, output.error());
+            return true;
+        });
 }
 
 bool capture_into(const std::string& command_line, LineSelection selection, std::span<char> field)
@@ -65,18 +65,16 @@ bool capture_into(const std::string& command_line, LineSelection selection, std:
 bool read_command_lines(const char* command, LineSelection selection,
                         bool (*take)(const char*, int, void*), void* context)
 {
-    return run_operation(ERROR_MIROVAN_PROCESS_ACCESS,
-                         [&]
-                         {
-                             if (command == nullptr || take == nullptr)
-                                 return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
-                             return capture_lines(platform::command_line(command), selection,
-                                                  [&](std::string_view piece) {
-                                                      return take(piece.data(),
-                                                                  static_cast<int>(piece.size()),
-                                                                  context);
-                                                  });
-                         });
+    return operation<ERROR_MIROVAN_PROCESS_ACCESS>(
+        [&]
+        {
+            if (command == nullptr || take == nullptr)
+                return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+            return capture_lines(
+                platform::command_line(command), selection,
+                [&](std::string_view piece)
+                { return take(piece.data(), static_cast<int>(piece.size()), context); });
+        });
 }
 
 } // namespace mirovan
@@ -86,8 +84,7 @@ bool CMirovan_Process::Mirovan_Process_ReadCmdReturn(const char* lpszCommand, ch
                                                      int* pnResultLen)
 {
     using namespace mirovan;
-    return run_operation(
-        ERROR_MIROVAN_PROCESS_ACCESS,
+    return operation<ERROR_MIROVAN_PROCESS_ACCESS>(
         [&]
         {
             if (lpszCommand == nullptr || lpszResult == nullptr)
@@ -108,4 +105,12 @@ bool CMirovan_Process::Mirovan_Process_ReadCmdReturn(const char* lpszCommand, ch
                 *pnResultLen = static_cast<int>(std::min<std::ptrdiff_t>(end - start, INT_MAX));
             return captured;
         });
+}
+
+bool CMirovan_Process::Mirovan_Process_ReadCmdLines(const char* lpszCommand, int nLineCount,
+                                                    int nStartLine,
+                                                    bool (*pfnPiece)(const char*, int, void*),
+                                                    void* pContext)
+{
+    return mirovan::read_command_lines(lpszCommand, {nLineCount, nStartLine}, pfnPiece, pContext);
 }

@@ -1,8 +1,8 @@
 #include "base/string.h"
-#include "source/account.h"
 #include "source/calendar.h"
 #include "source/operation.h"
 #include "source/process/process_id.h"
+#include "source/system/account.h"
 
 #include <cstring>
 #include <libproc.h>
@@ -51,12 +51,12 @@ bool get_info(tag_Mirovan_Process_Infomation* record, const char* name, int id)
     record->nProcessId = id;
     proc_taskallinfo task{};
     if (!ask(id, PROC_PIDTASKALLINFO, task))
-        return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED);
+        return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED, errno);
     copy_cut(record->tszProcessName, name != nullptr ? name : short_name(task.pbsd));
     fill(*record, task);
     const auto user = recent_login_name(task.pbsd.pbi_uid);
     if (!user)
-        return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED);
+        return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED, errno);
     copy_cut(record->tszUserName, *user);
     return true;
 }
@@ -67,7 +67,7 @@ bool get_usage(int* usage, int id)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     proc_threadinfo thread{};
     if (!ask(named_process(id), PROC_PIDTHREADINFO, thread))
-        return fail(ERROR_MIROVAN_PROCESS_ACCESS);
+        return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno);
     *usage = thread.pth_cpu_usage;
     return true;
 }
@@ -78,9 +78,9 @@ bool get_start_time(TARVELO_LIBTIME* calendar, int id)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     proc_taskallinfo task{};
     if (!ask(named_process(id), PROC_PIDTASKALLINFO, task))
-        return fail(ERROR_MIROVAN_PROCESS_ACCESS);
+        return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno);
     if (!local_calendar(static_cast<std::time_t>(task.pbsd.pbi_start_tvsec), *calendar))
-        return fail(ERROR_MIROVAN_PROCESS_UPTIME_TIME);
+        return fail(ERROR_MIROVAN_PROCESS_UPTIME_TIME, errno);
     return true;
 }
 
@@ -89,7 +89,7 @@ bool get_path(char* path, int id)
     if (path == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     if (proc_pidpath(named_process(id), path, MIROVAN_PATH_SIZE) <= 0)
-        return fail(ERROR_MIROVAN_PROCESS_GET_FAILED);
+        return fail(ERROR_MIROVAN_PROCESS_GET_FAILED, errno);
     return true;
 }
 
@@ -99,27 +99,25 @@ bool get_path(char* path, int id)
 bool CMirovan_Process::Mirovan_Process_GetProcessInfo(
     tag_Mirovan_Process_Infomation* pstProcessInfo, const char* lpszProcessName, int nPid)
 {
-    return mirovan::run_operation(
-        ERROR_MIROVAN_PROCESS_INFO_FAILED,
-        [&] { return mirovan::get_info(pstProcessInfo, lpszProcessName, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_INFO_FAILED>(mirovan::get_info, pstProcessInfo,
+                                                                 lpszProcessName, nPid);
 }
 
 bool CMirovan_Process::Mirovan_Process_GetProcessCpuUsage(int* pnCpuUsage, int nPid)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_ACCESS,
-                                  [&] { return mirovan::get_usage(pnCpuUsage, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_ACCESS>(mirovan::get_usage, pnCpuUsage, nPid);
 }
 
 bool CMirovan_Process::Mirovan_Process_GetUpTime(TARVELO_LIBTIME* pstLibTime, int nPid)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_ACCESS,
-                                  [&] { return mirovan::get_start_time(pstLibTime, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_ACCESS>(mirovan::get_start_time, pstLibTime,
+                                                            nPid);
 }
 
 bool CMirovan_Process::Mirovan_Process_GetPath(char* lpszProcessPath, int nPid)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_GET_FAILED,
-                                  [&] { return mirovan::get_path(lpszProcessPath, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_GET_FAILED>(mirovan::get_path, lpszProcessPath,
+                                                                nPid);
 }
 
 bool CMirovan_Process::Mirovan_Process_IsAdmin()

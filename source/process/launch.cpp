@@ -1,7 +1,7 @@
-#include "base/memory.h"
 #include "base/string.h"
 #include "source/operation.h"
 #include "source/process/child.h"
+#include "source/table.h"
 
 #include <cstring>
 #include <spawn.h>
@@ -65,7 +65,7 @@ bool create_process(unsigned long* id, const char* path, const char* parameters)
         return fail(ERROR_MIROVAN_PROCESS_EXEC, ENAMETOOLONG);
     RowBuffer file;
     if (!Fundix_String_GetFileAndPathA(path, {}, file, {}))
-        return fail(ERROR_MIROVAN_PROCESS_EXEC);
+        return fail(ERROR_MIROVAN_PROCESS_EXEC, errno);
     std::vector<std::string_view> words{file};
     if (parameters != nullptr)
         append_words(words, parameters);
@@ -85,7 +85,7 @@ bool run_process(unsigned long* id, const char* path, const char* argument0, con
     char* const arguments[] = {const_cast<char*>(argument0), const_cast<char*>(argument1), nullptr};
     const pid_t child = start_child(path, arguments);
     if (child < 0)
-        return fail(ERROR_MIROVAN_PROCESS_FORK);
+        return fail(ERROR_MIROVAN_PROCESS_FORK, errno);
     *id = static_cast<unsigned long>(child);
     return true;
 }
@@ -97,16 +97,14 @@ bool CMirovan_Process::Mirovan_Process_CreateProcess(unsigned long* pnPid,
                                                      const char* lpszProcessPath,
                                                      const char* lpszArgs, bool /*bOption*/)
 {
-    return mirovan::run_operation(
-        ERROR_MIROVAN_PROCESS_EXEC,
-        [&] { return mirovan::create_process(pnPid, lpszProcessPath, lpszArgs); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_EXEC>(mirovan::create_process, pnPid,
+                                                          lpszProcessPath, lpszArgs);
 }
 
 bool CMirovan_Process::Mirovan_Process_RunProcess(unsigned long* pnPid, const char* lpszProcessPath,
                                                   const char* lpszArg0, const char* lpszArg1,
                                                   bool /*bOption*/)
 {
-    return mirovan::run_operation(
-        ERROR_MIROVAN_PROCESS_FORK,
-        [&] { return mirovan::run_process(pnPid, lpszProcessPath, lpszArg0, lpszArg1); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_FORK>(mirovan::run_process, pnPid,
+                                                          lpszProcessPath, lpszArg0, lpszArg1);
 }

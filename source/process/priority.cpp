@@ -19,7 +19,7 @@ bool get_priority(int* priority, int id)
     errno = 0;
     const int value = getpriority(PRIO_PROCESS, static_cast<id_t>(named_process(id)));
     if (value == -1 && errno != 0)
-        return fail(ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED);
+        return fail(ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED, errno);
     *priority = value;
     return true;
 }
@@ -29,7 +29,7 @@ bool set_priority(int priority, int id)
     if (priority < first_priority || priority > last_priority)
         return fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE, EINVAL);
     if (setpriority(PRIO_PROCESS, static_cast<id_t>(named_process(id)), priority) == -1)
-        return fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED);
+        return fail(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED, errno);
     return true;
 }
 
@@ -38,12 +38,12 @@ bool set_priority(int priority, int id)
 
 bool CMirovan_Process::Mirovan_Process_GetPriority(int* pnPriority, int nPid)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED,
-                                  [&] { return mirovan::get_priority(pnPriority, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED>(mirovan::get_priority,
+                                                                        pnPriority, nPid);
 }
 
 bool CMirovan_Process::Mirovan_Process_SetPriority(int nPriority, int nPid)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED,
-                                  [&] { return mirovan::set_priority(nPriority, nPid); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED>(mirovan::set_priority,
+                                                                        nPriority, nPid);
 }

@@ -65,7 +65,7 @@ bool find_process(const char* name, pid_t& process)
         return fail(ERROR_MIROVAN_PROCESS_NOTFOUND, ESRCH);
     char output[1024] = "";
     if (!capture_into(lookup_line({name, length}), {1, 0}, output))
-        return fail(ERROR_MIROVAN_PROCESS_STOP_FIND);
+        return fail(ERROR_MIROVAN_PROCESS_STOP_FIND, errno);
     if (output[0] == '\0')
         return fail(ERROR_MIROVAN_PROCESS_NOTFOUND, ESRCH);
     process = leading_number(output);
@@ -78,8 +78,8 @@ bool interrupt(pid_t process)
     if (process <= 0)
         return fail(ERROR_MIROVAN_PROCESS_STOP_KILL, EINVAL);
     if (kill(process, SIGINT) != 0)
-        return fail(errno == EPERM ? ERROR_MIROVAN_PROCESS_ACCESS
-                                   : ERROR_MIROVAN_PROCESS_STOP_KILL);
+        return fail(errno == EPERM ? ERROR_MIROVAN_PROCESS_ACCESS : ERROR_MIROVAN_PROCESS_STOP_KILL,
+                    errno);
     wait_for_child(process);
     return true;
 }
@@ -108,8 +108,8 @@ constexpr unsigned long state_number(char letter)
 bool CMirovan_Process::Mirovan_Process_Stop(const char* lpszProcessName, int nPid,
                                             bool bIgnoreChild)
 {
-    return mirovan::run_operation(ERROR_MIROVAN_PROCESS_STOP_FIND, [&]
-                                  { return mirovan::stop(lpszProcessName, nPid, bIgnoreChild); });
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_STOP_FIND>(mirovan::stop, lpszProcessName, nPid,
+                                                               bIgnoreChild);
 }
 
 bool CMirovan_Process::Mirovan_Process_AppState(char cState, unsigned long* pnState)

@@ -1,6 +1,6 @@
 #include "base/string.h"
-#include "source/account.h"
 #include "source/operation.h"
+#include "source/system/account.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <cstdlib>
@@ -55,7 +55,7 @@ bool CMirovan_System::Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszS
     utsname system{};
     // Success is any value but a negative one: some systems return more than 0.
     if (uname(&system) < 0)
-        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED);
+        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
     if (lpszSysRelease != nullptr)
         copy_cut({lpszSysRelease, name_room}, system.release);
     *pnSysType = system_type;

@@ -73,17 +73,17 @@ bool CMirovan_System::Mirovan_System_GetMemoryUsage(tag_Mirovan_Memory_Infomatio
 
 bool CMirovan_System::Mirovan_System_GetCpuUsage(int* pnCpuUsage)
 {
-    return run_operation(ERROR_MIROVAN_PROCESS_ACCESS,
-                         [&]
-                         {
-                             if (pnCpuUsage == nullptr)
-                                 return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-                             constexpr const char* command =
-                                 R"(ps -A -o %cpu= | awk '{s+=$1} END {printf "%.1f\n", s}')";
-                             char sum[128] = "";
-                             if (!capture_into(platform::report_command_line(command), {1, 0}, sum))
-                                 return false;
-                             *pnCpuUsage = leading_number(sum);
-                             return true;
-                         });
+    return operation<ERROR_MIROVAN_PROCESS_ACCESS>(
+        [&]
+        {
+            if (pnCpuUsage == nullptr)
+                return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+            constexpr const char* command =
+                R"(ps -A -o %cpu= | awk '{s+=$1} END {printf "%.1f\n", s}')";
+            char sum[128] = "";
+            if (!capture_into(platform::report_command_line(command), {1, 0}, sum))
+                return false;
+            *pnCpuUsage = leading_number(sum);
+            return true;
+        });
 }

@@ -105,18 +105,18 @@ pid_t start_shell(const char* command, const QuietSignals& signals)
 bool CMirovan_System::Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout)
 {
     using namespace mirovan;
-    return run_operation(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK,
-                         [&]
-                         {
-                             if (lpszCommand == nullptr)
-                                 return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-                             const QuietSignals signals;
-                             if (!signals)
-                                 return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL);
-                             const pid_t child = start_shell(lpszCommand, signals);
-                             if (child < 0)
-                                 return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK);
-                             wait_within(child, nTimeout);
-                             return true;
-                         });
+    return operation<ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK>(
+        [&]
+        {
+            if (lpszCommand == nullptr)
+                return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+            const QuietSignals signals;
+            if (!signals)
+                return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL, errno);
+            const pid_t child = start_shell(lpszCommand, signals);
+            if (child < 0)
+                return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK, errno);
+            wait_within(child, nTimeout);
+            return true;
+        });
 }

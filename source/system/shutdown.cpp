@@ -1,6 +1,6 @@
 #include "base/shell_word.h"
-#include "source/account.h"
 #include "source/operation.h"
+#include "source/system/account.h"
 
 #include <cstdlib>
 #include <string>
@@ -24,7 +24,7 @@ enum Action : unsigned long
 
 bool call_reboot(int howto)
 {
-    return reboot(howto) == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED);
+    return reboot(howto) == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
 }
 
 bool run_shell(const std::string& command)
@@ -49,25 +49,24 @@ std::string session_account()
 
 bool CMirovan_System::Mirovan_System_Shutdown(unsigned long nShutdownType)
 {
-    return run_operation(ERROR_MIROVAN_SYSTEM_QUERY_FAILED,
-                         [&]
-                         {
-                             switch (nShutdownType)
-                             {
-                             case halt:
-                             case halt_too:
-                                 return call_reboot(RB_HALT);
-                             case restart:
-                                 return call_reboot(RB_AUTOBOOT);
-                             case display_off:
-                                 return run_shell("xset dpms force off");
-                             case lock_screen:
-                                 return run_shell("gnome-screensaver-command -l");
-                             case end_user:
-                                 return run_shell("pkill -kill -u " +
-                                                  shell_word(session_account()));
-                             default:
-                                 return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
-                             }
-                         });
+    return operation<ERROR_MIROVAN_SYSTEM_QUERY_FAILED>(
+        [&]
+        {
+            switch (nShutdownType)
+            {
+            case halt:
+            case halt_too:
+                return call_reboot(RB_HALT);
+            case restart:
+                return call_reboot(RB_AUTOBOOT);
+            case display_off:
+                return run_shell("xset dpms force off");
+            case lock_screen:
+                return run_shell("gnome-screensaver-command -l");
+            case end_user:
+                return run_shell("pkill -kill -u " + shell_word(session_account()));
+            default:
+                return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
+            }
+        });
 }

@@ -1,10 +1,10 @@
 #include "source/system/uptime.h"
 
-#include "base/memory.h"
 #include "base/time.h"
 #include "source/calendar.h"
 #include "source/operation.h"
 #include "source/system/host_port.h"
+#include "source/table.h"
 
 #include <memory>
 #include <sys/sysctl.h>
@@ -51,7 +51,7 @@ bool CMirovan_System::Mirovan_System_GetUpTime(TARVELO_LIBTIME* pstLibTime)
         return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
     const std::uint64_t ticks = Fundix_Time_GetTickCount();
     if (!local_calendar(start_time(std::time(nullptr), ticks), *pstLibTime))
-        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED);
+        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
     return true;
 }
 
@@ -66,13 +66,13 @@ CMirovan_System::Mirovan_System_GetSysIdleTime(unsigned long& nIdleTime)
         return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
     std::int32_t processors = 0;
     if (!query_hardware(HW_NCPU, processors))
-        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED);
+        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
     const HostPort host;
     host_cpu_load_info_data_t load{};
     mach_msg_type_number_t count = HOST_CPU_LOAD_INFO_COUNT;
     if (host_statistics(host.get(), HOST_CPU_LOAD_INFO, reinterpret_cast<host_info_t>(&load),
                         &count) != KERN_SUCCESS)
-        return fail(ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS);
+        return fail(ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS, errno);
     *idle = idle_percent(load);
     return true;
 }

@@ -17,6 +17,7 @@
 #include <pwd.h>
 #include <spawn.h>
 #include <stdio_ext.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -462,6 +463,10 @@ extern "C"
     STAND_IN(int, dladdr, (const void* address, Dl_info* info), (address, info), 0 * way, nothing)
     NULLING(void*, dlopen, (const char* file, int mode), (file, mode), nothing)
     STAND_IN(int, dlclose, (void* library), (library), (real(library), -1), nothing)
+
+    STAND_IN(void*, mmap,
+             (void* address, std::size_t size, int protection, int flags, int file, off_t offset),
+             (address, size, protection, flags, file, offset), fails(way, MAP_FAILED), ENOMEM)
 
     // Memory, also what the C and C++ libraries need for themselves.
 

@@ -1,6 +1,6 @@
 #include "mirovan.h"
 
-// Apart from pch, so that the objects are constructed and destroyed by calls in the order of pch.
+// In a unit of their own, so that the objects really are constructed and destroyed by calls.
 CMirovan_File::CMirovan_File() = default;
 CMirovan_File::~CMirovan_File() = default;
 CMirovan_HardWare::CMirovan_HardWare() = default;

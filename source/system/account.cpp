@@ -1,4 +1,4 @@
-#include "source/account.h"
+#include "source/system/account.h"
 
 #include "base/string.h"
 
