@@ -22,9 +22,19 @@ install(FILES ${PROJECT_BINARY_DIR}/mirovan-config.cmake
   ${PROJECT_BINARY_DIR}/mirovan-config-version.cmake
   DESTINATION ${package_folder} COMPONENT development)
 
-# Relative to the file itself, so that an install prefix may be moved.
-cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
-  BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE prefix_from_pkgconfig)
+# Relative to the file itself, so that an install prefix may be moved; absolute where the folder of
+# the libraries is.
+set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE pc_prefix)
+  string(PREPEND pc_prefix "\${pcfiledir}/")
+endif()
+cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+set(pc_private ${MIROVAN_STATIC_LIBRARIES})
+list(TRANSFORM pc_private PREPEND "-l" REGEX "^[^-]")
+list(JOIN pc_private " " pc_private)
 configure_file(cmake/mirovan.pc.in ${PROJECT_BINARY_DIR}/mirovan.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/mirovan.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

@@ -7,17 +7,19 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+# What a project around this one decides for itself.
+if(PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+  endif()
 endif()
 
 # How everything of this project is compiled.
 add_library(mirovan_settings INTERFACE)
 target_compile_options(mirovan_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${PROJECT_IS_TOP_LEVEL}>:-Werror>
-  -fstack-protector-strong)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -fstack-protector-strong)
 target_include_directories(mirovan_settings INTERFACE ${PROJECT_SOURCE_DIR})
 
 set(MIROVAN_SANITIZE "" CACHE STRING "Sanitizers for everything, such as address,undefined")
@@ -30,9 +32,10 @@ endif()
 if(MIROVAN_SANITIZE)
   add_compile_options(-fsanitize=${MIROVAN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${MIROVAN_SANITIZE})
-else()
+elseif(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
+  # It needs optimization.
   target_compile_definitions(mirovan_settings INTERFACE
-    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+    $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:_FORTIFY_SOURCE=2>)
 endif()
 
 if(NOT APPLE)

@@ -49,7 +49,7 @@
 #endif
 
 /** The release that this header belongs to; see Mirovan_GetVersion() for the library's. */
-#define MIROVAN_VERSION "1.0.0"
+#define MIROVAN_VERSION "1.1.0"
 
 /** Marks what the shared library exports. */
 #define MIROVAN_API __attribute__((visibility("default")))

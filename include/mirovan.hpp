@@ -15,6 +15,10 @@
 #ifndef MIROVAN_HPP
 #define MIROVAN_HPP
 
+#if !defined(__cplusplus) || __cplusplus < 202002L
+#error "mirovan.hpp needs C++20 (-std=c++20); mirovan.h works from C11 and C++17 on"
+#else
+
 #include "mirovan.h"
 
 #include <chrono>
@@ -727,4 +731,5 @@ inline std::error_code make_error_code(Mirovan_ErrorCode code) noexcept
     return {static_cast<int>(code), mirovan::error_category()};
 }
 
+#endif
 #endif

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -351,10 +352,13 @@ TEST(ProcessStop, FindsNothing)
 
 TEST(ProcessStop, TheChildSignalEndsAtItsDefaultWhenAsked)
 {
+    const test::Scratch scratch; // which anyone may enter, unlike perhaps the build's folder
+    std::filesystem::copy_file(test::child_program(), scratch / "child");
+    std::filesystem::permissions(scratch / "child", std::filesystem::perms{0755});
     const Child foreign{{}};
     const int not_ours = geteuid() == 0 ? foreign.pid() : 1;
     test::as_ordinary_user(
-        [not_ours]
+        [&]
         {
             // In a group of its own, should an id of 0 ever reach kill(). There is no group of the
             // other number.
@@ -377,7 +381,7 @@ TEST(ProcessStop, TheChildSignalEndsAtItsDefaultWhenAsked)
                 EXPECT_FAILS(Mirovan_Process_Stop(nullptr, id, true), code, reason) << id;
                 EXPECT_EQ(std::signal(SIGCHLD, handler), SIG_DFL) << id;
             }
-            const Child child{{}};
+            const Child child{{}, scratch / "child"};
             EXPECT_SUCCEEDS(Mirovan_Process_Stop(nullptr, child.pid(), true));
             EXPECT_EQ(std::signal(SIGCHLD, handler), SIG_DFL);
             EXPECT_EQ(waitpid(child.pid(), nullptr, WNOHANG), -1);

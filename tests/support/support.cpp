@@ -1,5 +1,6 @@
 #include "tests/support/support.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,6 +25,9 @@ namespace fs = std::filesystem;
 
 namespace test
 {
+
+// Whoever started the tests in the background, or with nohup, left SIGINT ignored: children inherit it.
+[[maybe_unused]] const auto interruptible = std::signal(SIGINT, SIG_DFL);
 
 Scratch::Scratch()
 {

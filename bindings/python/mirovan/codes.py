@@ -2,7 +2,7 @@
 
 from enum import IntEnum
 
-RELEASE = "1.0.0"
+RELEASE = "1.1.0"
 
 
 class ErrorCode(IntEnum):

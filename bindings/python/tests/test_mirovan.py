@@ -3,6 +3,7 @@
 import ctypes
 import os
 import pwd
+import signal
 import socket
 import stat
 import subprocess
@@ -22,6 +23,7 @@ import header  # noqa: E402
 import mirovan  # noqa: E402
 from mirovan import _native, file, hardware, process, system  # noqa: E402
 
+signal.signal(signal.SIGINT, signal.default_int_handler)  # where it was ignored, children would ignore it too
 CODE = mirovan.ErrorCode
 
 
