@@ -1,5 +1,5 @@
 // The selection of lines from an output, against the plain reading of it with fgets().
-#include "source/process/piece_reader.h"
+#include "source/command/line_reader.h"
 
 #include <array>
 #include <cstdint>
@@ -15,17 +15,31 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::size_t limit = 7;
     if (size > 4096)
         return 0;
-    int ends[2];
-    if (pipe(ends) != 0 || write(ends[1], data, size) != static_cast<ssize_t>(size))
+    const auto read_by = [&](auto next)
+    {
+        int ends[2];
+        if (pipe(ends) != 0 || write(ends[1], data, size) != static_cast<ssize_t>(size))
+            std::abort();
+        close(ends[1]);
+        std::vector<std::string> chunks;
+        bool ended = false;
+        mirovan::LineReader reader{ends[0], limit};
+        for (std::string_view chunk = next(reader, ended); !ended; chunk = next(reader, ended))
+            chunks.emplace_back(chunk);
+        close(ends[0]);
+        return chunks;
+    };
+    const auto pieces = read_by([](auto& reader, bool& ended) { return reader.next(ended); });
+    const auto blocks = read_by([](auto& reader, bool& ended) { return reader.next_block(ended); });
+    const auto joined = [](const std::vector<std::string>& chunks)
+    {
+        std::string text;
+        for (const std::string& chunk : chunks)
+            text += chunk;
+        return text;
+    };
+    if (joined(pieces) != joined(blocks))
         std::abort();
-    close(ends[1]);
-
-    std::vector<std::string> pieces;
-    bool ended = false;
-    mirovan::PieceReader reader{ends[0], limit};
-    for (std::string_view piece = reader.next(ended); !ended; piece = reader.next(ended))
-        pieces.emplace_back(piece);
-    close(ends[0]);
 
     std::size_t at = 0;
     if (std::FILE* plain =

@@ -628,8 +628,9 @@ extern "C"
      *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be read.
      *         The buffer holds its earlier text on failure.
      *
-     * Blocks until the selection is complete, or the output at its end, and the shell has ended.
-     * Threads: any. From: popen().
+     * The command runs as it is given, with the caller's environment; one that begins with a hyphen
+     * is a command like any other. Blocks until the selection is complete, or the output at its
+     * end, and the shell has ended. Threads: any. From: posix_spawn() of /bin/sh, a pipe.
      */
     MIROVAN_API bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult,
                                                    int nLineCount, int nStartLine,
@@ -651,7 +652,9 @@ extern "C"
      *         or function; ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output
      *         not be read (the function may have been called before).
      *
-     * Threads: any; the function is called on the calling thread. From: popen().
+     * Failures of operations that pfnPiece calls do not count: after a true result the error flag
+     * is clear. Threads: any; the function is called on the calling thread. From: posix_spawn() of
+     * /bin/sh, a pipe.
      */
     MIROVAN_API bool Mirovan_Process_ReadCmdLines(
         const char* lpszCommand, int nLineCount, int nStartLine,
@@ -754,7 +757,8 @@ extern "C"
      * A child that ignores SIGINT keeps the call waiting until it ends by itself.
      *
      * @param lpszProcessName a grep pattern; the first process whose line in "ps -aux" matches is
-     *                        taken, lines that contain "grep" left out. At most 974 bytes; an empty
+     *                        taken (on macOS the busiest one, as ps sorts by CPU usage there),
+     *                        lines that contain "grep" left out. At most 974 bytes; an empty
      *                        text matches nothing. Characters beyond ASCII are seen only when the
      *                        environment names a UTF-8 locale, as ps prints them only then. Null to
      *                        name the process by nPid.
@@ -941,8 +945,8 @@ extern "C"
      * processes.
      *
      * @param nShutdownType 0x10001 or 0x10007 halt; 0x10002 display off; 0x10003 restart; 0x10004
-     *                      kill all processes of the user who is logged in at the terminal (never
-     *                      the superuser's); 0x10005 lock the screen.
+     *                      kill all processes of the user who is logged in at the terminal, the
+     *                      caller included (never root's); 0x10005 lock the screen.
      * @return true when the action was done. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE another
      *         value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed, with
      *         the errno of a halt or restart that was refused.
@@ -956,18 +960,20 @@ extern "C"
      * @brief Runs a shell command and waits for it; kills it when it outlives a limit.
      *
      * Only the shell is killed; what it started in the background lives on and does not delay the
-     * return. During the call SIGINT and SIGQUIT are ignored and SIGCHLD is blocked; all three are
-     * restored before it returns.
+     * return. During the call SIGINT and SIGQUIT are ignored in the process and SIGCHLD is blocked
+     * in the calling thread; the mask is restored before it returns, the two actions when the last
+     * of the calls that run at the same time returns.
      *
-     * @param lpszCommand command line for /bin/sh.
-     * @param nTimeout limit in whole seconds; 0 or less kills a command that has not ended at once.
+     * @param lpszCommand command line for /bin/sh; it may begin with a hyphen.
+     * @param nTimeout limit in whole seconds by a monotonic clock, kept within 50 ms; 0 or less
+     *                 kills a command that has not ended at once.
      * @return true when the command was run, however it ended. Codes:
      *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null command;
      *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
      *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the shell cannot be started.
      *
-     * Threads: the signal settings are the process's: calls at the same time may restore each
-     * other's. From: sigaction(), process creation, waitpid(), kill().
+     * Threads: any; the two actions are process-wide. From: sigaction(), posix_spawn(), wait4();
+     * kqueue, on Linux pidfd_open().
      */
     MIROVAN_API bool Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout);
 

@@ -1,21 +1,20 @@
 #pragma once
 
-#include <cstdio>
 #include <string>
 
-/// The one place that knows how a shell command line has to be run on this machine.
+/// How the library's own shell command lines have to run on this machine. A caller's command is
+/// run as it is.
 namespace mirovan::platform
 {
 
-/// A command line of a caller, with the machine's stand-in commands within its reach.
-std::string command_line(const char* text);
+/// A command line of the library's own, with all commands that it may need within its reach and
+/// the meaning that its text counts on.
+std::string own_command_line(const std::string& text);
 
-/// A command line whose output the library reads itself: the same, and its figures are printed
-/// independently of the user's locale.
-std::string report_command_line(const char* text);
+/// The same, and its numbers are printed independently of the user's locale.
+std::string report_command_line(const std::string& text);
 
-/// popen() for reading, with a stream that no other child inherits. Null, with errno set, on
-/// failure; close it with pclose().
-std::FILE* open_command(const std::string& line);
+/// The command line that kills all processes of an account, the caller's included.
+std::string kill_user_line(const std::string& account);
 
 } // namespace mirovan::platform

@@ -1,5 +1,6 @@
 #include "tests/support/support.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -39,7 +40,8 @@ TEST(SystemEx, RunsTheCommandHoweverItEnds)
     EXPECT_SUCCEEDS(run("no-such-command-mirovan 2>/dev/null", 10));
     EXPECT_SUCCEEDS(run("kill -9 $$", 10));
     EXPECT_SUCCEEDS(run("", 10));
-    EXPECT_SUCCEEDS(run("-c 2>/dev/null", 10));
+    EXPECT_SUCCEEDS(run("-c 2>/dev/null; echo minus >'" + marker + "'", 10));
+    EXPECT_EQ(test::read_file(marker), "minus\n");
     EXPECT_LT(Clock::now() - start, std::chrono::seconds{5}) << "it waited for the limit";
     EXPECT_EQ(test::Held::now(), held);
 }
@@ -48,20 +50,38 @@ TEST(SystemEx, KillsAndReapsWhatOutlivesTheLimit)
 {
     const test::Scratch scratch;
     const std::string marker = scratch / "pid";
-    for (const int limit : {2, 1, 0, -1, INT32_MIN})
+    for (const int limit : {1, 0, -1, INT32_MIN})
     {
         const auto held = test::Held::now();
         const auto start = Clock::now();
-        const time_t first_second = time(nullptr);
         EXPECT_SUCCEEDS(run("echo $$ >'" + marker + "'; exec sleep 60", limit));
-        EXPECT_GE(time(nullptr) - first_second, limit);
-        EXPECT_LT(Clock::now() - start, std::chrono::seconds{20});
+        const std::chrono::duration<double> taken = Clock::now() - start;
+        EXPECT_GE(taken.count(), limit);
+        EXPECT_LT(taken.count(), std::max(limit, 0) + 0.5) << "50 ms on a machine that is idle";
         EXPECT_EQ(test::Held::now(), held) << limit;
         if (limit > 0)
         {
             EXPECT_FALSE(lives(std::stoi(test::read_file(marker))));
         }
     }
+}
+
+TEST(SystemEx, CallsAtTheSameTimeRestoreTheSignalsOnce)
+{
+    test::in_child(
+        []
+        {
+            std::signal(SIGINT, [](int) {});
+            std::signal(SIGQUIT, SIG_IGN);
+            const auto held = test::Held::now();
+            const auto check = [](const char* command) { EXPECT_TRUE(run(command, 10)); };
+            std::thread first{check, "sleep 0.2"};
+            std::this_thread::sleep_for(std::chrono::milliseconds{100});
+            std::thread second{check, "sleep 0.2; kill -INT $PPID"};
+            first.join();
+            second.join();
+            EXPECT_EQ(test::Held::now(), held);
+        });
 }
 
 TEST(SystemEx, IsNotHeldUpByWhatTheShellLeavesBehind)

@@ -1,3 +1,4 @@
+#include "platform/command_line.h"
 #include "platform/linux/display.h"
 #include "platform/linux/host_figures.h"
 #include "source/system/uptime.h"
@@ -11,6 +12,19 @@ namespace
 
 using namespace mirovan;
 using namespace mirovan::platform;
+
+TEST(CommandLine, ReachesTheLibrarysCommandsLastOnPath)
+{
+    for (const char* path : {"/usr/bin:/bin", "", static_cast<const char*>(nullptr)})
+    {
+        const test::Environment set{"PATH", path};
+        const std::string seen = test::shell_output(own_command_line("echo \"$PATH\""));
+        EXPECT_EQ(seen.rfind(path == nullptr ? "" : path, 0), 0U) << seen;
+        EXPECT_NE(seen.find("/libexec/mirovan\n"), std::string::npos) << seen;
+        EXPECT_NE(seen.front(), ':') << seen;
+        EXPECT_EQ(seen.find("::"), std::string::npos) << seen;
+    }
+}
 
 TEST(StartTime, DropsPartsOfASecondFirst)
 {

@@ -1,8 +1,9 @@
 #include "source/hardware/report.h"
 
 #include "platform/command_line.h"
+#include "source/command/command.h"
+#include "source/command/line_reader.h"
 #include "source/error.h"
-#include "source/process/piece_reader.h"
 
 #include <algorithm>
 
@@ -11,17 +12,17 @@ namespace mirovan
 
 bool read_report(const char* command, const LineSink& take_line)
 {
-    const CommandStream stream{platform::open_command(platform::report_command_line(command))};
-    if (!stream)
-        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, errno);
-    const int error = read_report_lines(fileno(stream.get()), take_line);
+    const Command report{platform::report_command_line(command)};
+    if (report.error() != 0)
+        return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, report.error());
+    const int error = read_report_lines(report.output(), take_line);
     return error == 0 || fail(ERROR_MIROVAN_HARDWARE_PARAMETER, error);
 }
 
 int read_report_lines(int descriptor, const LineSink& take_line)
 {
     constexpr std::size_t line_limit = 1023;
-    PieceReader report{descriptor, line_limit};
+    LineReader report{descriptor, line_limit};
     for (;;)
     {
         bool ended = false;

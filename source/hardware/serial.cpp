@@ -2,7 +2,7 @@
 #include "source/operation.h"
 
 #include "platform/command_line.h"
-#include "source/process/capture.h"
+#include "source/command/capture.h"
 
 #include <cstring>
 

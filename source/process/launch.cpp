@@ -1,11 +1,9 @@
 #include "base/string.h"
 #include "source/operation.h"
-#include "source/process/child.h"
-#include "source/table.h"
+#include "source/process/start.h"
 
 #include <cstring>
-#include <spawn.h>
-#include <string_view>
+#include <string>
 #include <vector>
 
 namespace mirovan
@@ -13,47 +11,23 @@ namespace mirovan
 namespace
 {
 
-using RowBuffer = char[MIROVAN_PATH_SIZE];
-
-/// An argument vector: a row table with a text in each row.
-class ArgumentTable
-{
-public:
-    explicit ArgumentTable(const std::vector<std::string_view>& texts)
-        : rows_{static_cast<int>(texts.size())}
-    {
-        if (!make_table(&table_, rows_, sizeof(RowBuffer)))
-            throw std::bad_alloc{};
-        for (std::size_t row = 0; row < texts.size(); ++row)
-            copy_cut({table_[row], sizeof(RowBuffer)}, texts[row]);
-    }
-    ~ArgumentTable() { Fundix_Memory_Free(reinterpret_cast<void***>(&table_), rows_); }
-    ArgumentTable(const ArgumentTable&) = delete;
-    ArgumentTable& operator=(const ArgumentTable&) = delete;
-
-    char* const* get() const { return table_; }
-
-private:
-    char** table_ = nullptr;
-    int rows_;
-};
+using PathBuffer = char[MIROVAN_PATH_SIZE];
 
 bool fits(const char* text)
 {
-    return strnlen(text, sizeof(RowBuffer)) < sizeof(RowBuffer);
+    return strnlen(text, sizeof(PathBuffer)) < sizeof(PathBuffer);
 }
 
-void append_words(std::vector<std::string_view>& words, std::string_view text)
+/// Ends the words of a string in place and appends them; only spaces separate them.
+void append_words(std::vector<char*>& words, char* text)
 {
-    constexpr char blank = ' ';
-    for (;;)
+    constexpr const char* separator = " ";
+    for (text += std::strspn(text, separator); *text != '\0'; text += std::strspn(text, separator))
     {
-        text.remove_prefix(std::min(text.find_first_not_of(blank), text.size()));
-        if (text.empty())
-            return;
-        const std::string_view word = text.substr(0, text.find(blank));
-        words.push_back(word);
-        text.remove_prefix(word.size());
+        words.push_back(text);
+        text += std::strcspn(text, separator);
+        if (*text != '\0')
+            *text++ = '\0';
     }
 }
 
@@ -63,19 +37,29 @@ bool create_process(unsigned long* id, const char* path, const char* parameters)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     if (!fits(path) || (parameters != nullptr && !fits(parameters)))
         return fail(ERROR_MIROVAN_PROCESS_EXEC, ENAMETOOLONG);
-    RowBuffer file;
+    PathBuffer file;
     if (!Fundix_String_GetFileAndPathA(path, {}, file, {}))
         return fail(ERROR_MIROVAN_PROCESS_EXEC, errno);
-    std::vector<std::string_view> words{file};
-    if (parameters != nullptr)
-        append_words(words, parameters);
-    const ArgumentTable arguments{words};
-    pid_t child = 0;
-    const int error = posix_spawn(&child, path, nullptr, nullptr, arguments.get(), nullptr);
-    if (error != 0)
-        return fail(ERROR_MIROVAN_PROCESS_EXEC, error);
+    std::vector<char*> arguments{file};
+    std::string words = parameters == nullptr ? "" : parameters;
+    append_words(arguments, words.data());
+    arguments.push_back(nullptr);
+    const pid_t child = start_program({.program = path, .arguments = arguments.data()});
+    if (child < 0)
+        return fail(ERROR_MIROVAN_PROCESS_EXEC, errno);
     *id = static_cast<unsigned long>(child);
     return true;
+}
+
+/// Starts a program as fork() and exec() would: when the program cannot be executed, there is a
+/// child all the same, which exits with status 127.
+pid_t fork_and_execute(const Launch& launch)
+{
+    const pid_t child = start_program(launch);
+    if (child >= 0 || errno == EAGAIN || errno == ENOMEM)
+        return child;
+    char* const nothing[] = {nullptr};
+    return start_shell("exit 127", {.environment = nothing});
 }
 
 bool run_process(unsigned long* id, const char* path, const char* argument0, const char* argument1)
@@ -83,7 +67,8 @@ bool run_process(unsigned long* id, const char* path, const char* argument0, con
     if (id == nullptr || path == nullptr || argument0 == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     char* const arguments[] = {const_cast<char*>(argument0), const_cast<char*>(argument1), nullptr};
-    const pid_t child = start_child(path, arguments);
+    const pid_t child =
+        fork_and_execute({.program = path, .arguments = arguments, .environment = environ});
     if (child < 0)
         return fail(ERROR_MIROVAN_PROCESS_FORK, errno);
     *id = static_cast<unsigned long>(child);

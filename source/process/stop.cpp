@@ -1,8 +1,8 @@
 #include "base/shell_word.h"
 #include "platform/command_line.h"
+#include "source/command/capture.h"
 #include "source/operation.h"
-#include "source/process/capture.h"
-#include "source/process/child.h"
+#include "source/process/start.h"
 
 #include <charconv>
 #include <csignal>
@@ -23,9 +23,9 @@ public:
     ChildSignalIgnored() { set(SIG_IGN); }
     ~ChildSignalIgnored()
     {
-        const int kept = errno;
+        const int saved_errno = errno;
         set(SIG_DFL);
-        errno = kept;
+        errno = saved_errno;
     }
     ChildSignalIgnored(const ChildSignalIgnored&) = delete;
     ChildSignalIgnored& operator=(const ChildSignalIgnored&) = delete;
@@ -38,13 +38,13 @@ private:
 ///
 /// The word grep stands in front of the pattern in it, so that the lines of the shells that run it
 /// are dropped with those of the greps. That, and a match far into a long line, needs lines that ps
-/// does not cut at the width of some terminal: hence COLUMNS. The locale stays the user's: in the C
-/// locale ps prints a question mark for every byte of a name beyond ASCII, which nothing matches.
+/// does not truncate to the width of a terminal: hence COLUMNS. The locale stays the user's: in the
+/// C locale ps prints a question mark for every byte of a name beyond ASCII, which nothing matches.
 std::string lookup_line(std::string_view pattern)
 {
     const std::string text = "COLUMNS=131072 ps -aux | grep -e " + shell_word(pattern) +
                              " | grep -v grep | awk '{print $2}'";
-    return platform::command_line(text.c_str());
+    return platform::own_command_line(text);
 }
 
 /// The number that a text begins with; 0 when it does with none.
@@ -77,10 +77,12 @@ bool interrupt(pid_t process)
     // To kill(), these are groups of processes.
     if (process <= 0)
         return fail(ERROR_MIROVAN_PROCESS_STOP_KILL, EINVAL);
+    // Before the signal: when the process has ended, its id may soon be that of another one.
+    Child child{process};
     if (kill(process, SIGINT) != 0)
         return fail(errno == EPERM ? ERROR_MIROVAN_PROCESS_ACCESS : ERROR_MIROVAN_PROCESS_STOP_KILL,
                     errno);
-    wait_for_child(process);
+    child.wait();
     return true;
 }
 
@@ -95,13 +97,6 @@ bool stop(const char* name, int id, bool ignore_child)
     return interrupt(process);
 }
 
-constexpr unsigned long state_number(char letter)
-{
-    constexpr std::string_view letters = "RSDZTW";
-    const std::size_t number = letters.find(letter);
-    return number == std::string_view::npos ? letters.size() : number;
-}
-
 } // namespace
 } // namespace mirovan
 
@@ -110,13 +105,4 @@ bool CMirovan_Process::Mirovan_Process_Stop(const char* lpszProcessName, int nPi
 {
     return mirovan::operation<ERROR_MIROVAN_PROCESS_STOP_FIND>(mirovan::stop, lpszProcessName, nPid,
                                                                bIgnoreChild);
-}
-
-bool CMirovan_Process::Mirovan_Process_AppState(char cState, unsigned long* pnState)
-{
-    mirovan::clear_error();
-    if (pnState == nullptr)
-        return mirovan::fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
-    *pnState = mirovan::state_number(cState);
-    return true;
 }

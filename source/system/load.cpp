@@ -1,6 +1,6 @@
 #include "platform/command_line.h"
+#include "source/command/capture.h"
 #include "source/operation.h"
-#include "source/process/capture.h"
 #include "source/system/host_port.h"
 
 #include <algorithm>

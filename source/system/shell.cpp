@@ -1,122 +1,146 @@
-#include "source/operation.h"
-#include "source/process/child.h"
+#include "source/system/shell.h"
 
-#include <algorithm>
+#include "source/operation.h"
+
 #include <csignal>
-#include <ctime>
-#include <string>
-#include <sys/wait.h>
+#include <mutex>
 
 namespace mirovan
 {
 namespace
 {
 
-/// Ignores the interrupt and quit signals and blocks the child signal, as the C library's system()
-/// does, until the end of the scope.
+constexpr std::array ignored_signals = {SIGINT, SIGQUIT};
+
+/// The signal actions of the process, which all commands that run at a time share: the first one
+/// saves them, the last one restores them.
+struct SharedActions
+{
+    std::mutex mutex;
+    unsigned users = 0;
+    std::array<struct sigaction, ignored_signals.size()> saved;
+};
+constinit SharedActions actions{};
+
+/// Ignores the interrupt and quit signals and blocks the child signal in this thread, as the C
+/// library's system() does, until the end of the scope.
 class QuietSignals
 {
 public:
     QuietSignals()
     {
-        struct sigaction ignore = {};
-        ignore.sa_handler = SIG_IGN;
-        sigemptyset(&ignore.sa_mask);
+        sigemptyset(&defaults_);
         sigset_t child_signal;
         sigemptyset(&child_signal);
         sigaddset(&child_signal, SIGCHLD);
-        interrupt_changed_ = sigaction(SIGINT, &ignore, &interrupt_) == 0;
-        quit_changed_ = interrupt_changed_ && sigaction(SIGQUIT, &ignore, &quit_) == 0;
-        mask_changed_ = quit_changed_ && sigprocmask(SIG_BLOCK, &child_signal, &mask_) == 0;
+        const std::lock_guard lock{actions.mutex};
+        if (actions.users == 0 && !ignore())
+            return;
+        const int error = pthread_sigmask(SIG_BLOCK, &child_signal, &mask_);
+        if (error != 0)
+        {
+            if (actions.users == 0)
+                restore(ignored_signals.size());
+            errno = error;
+            return;
+        }
+        ++actions.users;
+        active_ = true;
+        for (std::size_t i = 0; i < ignored_signals.size(); ++i)
+            if (actions.saved[i].sa_handler != SIG_IGN)
+                sigaddset(&defaults_, ignored_signals[i]);
     }
     ~QuietSignals()
     {
-        const int kept = errno;
-        if (interrupt_changed_)
-            sigaction(SIGINT, &interrupt_, nullptr);
-        if (quit_changed_)
-            sigaction(SIGQUIT, &quit_, nullptr);
-        if (mask_changed_)
-            sigprocmask(SIG_SETMASK, &mask_, nullptr);
-        errno = kept;
+        if (!active_)
+            return;
+        const int saved_errno = errno;
+        const std::lock_guard lock{actions.mutex};
+        if (--actions.users == 0)
+            restore(ignored_signals.size());
+        pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+        errno = saved_errno;
     }
     QuietSignals(const QuietSignals&) = delete;
     QuietSignals& operator=(const QuietSignals&) = delete;
 
-    /// Whether all three changes were made; errno tells why one was not.
-    explicit operator bool() const { return mask_changed_; }
+    /// Whether all changes were made; errno says why one was not.
+    explicit operator bool() const { return active_; }
 
-    const struct sigaction& interrupt() const { return interrupt_; }
-    const struct sigaction& quit() const { return quit_; }
+    /// The thread's earlier mask.
     const sigset_t& mask() const { return mask_; }
+    /// The signals that are ignored only meanwhile.
+    const sigset_t& defaults() const { return defaults_; }
 
 private:
-    struct sigaction interrupt_ = {};
-    struct sigaction quit_ = {};
+    static bool ignore()
+    {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigemptyset(&ignore.sa_mask);
+        for (std::size_t i = 0; i < ignored_signals.size(); ++i)
+        {
+            if (sigaction(ignored_signals[i], &ignore, &actions.saved[i]) == 0)
+                continue;
+            const int saved_errno = errno;
+            restore(i);
+            errno = saved_errno;
+            return false;
+        }
+        return true;
+    }
+    static void restore(std::size_t count)
+    {
+        while (count-- != 0)
+            sigaction(ignored_signals[count], &actions.saved[count], nullptr);
+    }
+
     sigset_t mask_{};
-    bool interrupt_changed_ = false;
-    bool quit_changed_ = false;
-    bool mask_changed_ = false;
+    sigset_t defaults_{};
+    bool active_ = false;
 };
 
-/// Pauses between two looks at a child, the longer the longer it has run: short commands are
-/// noticed at once, long ones cost nothing to wait for.
-class Pause
+bool system_ex(const char* command, int limit)
 {
-public:
-    void take()
+    if (command == nullptr)
+        return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+    switch (run_shell(command, limit).outcome)
     {
-        const timespec time = {0, length_};
-        nanosleep(&time, nullptr);
-        length_ = std::min(length_ + length_ / 4, longest);
+    case ShellResult::Outcome::no_signals:
+        return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL, errno);
+    case ShellResult::Outcome::no_shell:
+        return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK, errno);
+    default:
+        return true;
     }
-
-private:
-    static constexpr long shortest = 50'000;
-    static constexpr long longest = 20'000'000;
-    long length_ = shortest;
-};
-
-void wait_within(pid_t child, int limit)
-{
-    const std::time_t start = std::time(nullptr);
-    for (Pause pause; wait_for_child(child, WNOHANG) == 0; pause.take())
-    {
-        if (std::time(nullptr) - start < limit)
-            continue;
-        kill(child, SIGKILL);
-        wait_for_child(child);
-        return;
-    }
-}
-
-pid_t start_shell(const char* command, const QuietSignals& signals)
-{
-    const SignalAction actions[] = {{SIGINT, &signals.interrupt()}, {SIGQUIT, &signals.quit()}};
-    std::string arguments[] = {"sh", "-c", command};
-    char* const argument_vector[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(),
-                                     nullptr};
-    return start_child("/bin/sh", argument_vector, {&signals.mask(), actions});
 }
 
 } // namespace
+
+ShellResult run_shell(const char* line, std::optional<int> limit)
+{
+    const QuietSignals signals;
+    if (!signals)
+        return {ShellResult::Outcome::no_signals};
+    Launch launch{.environment = environ};
+    launch.mask = &signals.mask();
+    launch.defaults = &signals.defaults();
+    const pid_t shell = start_shell(line, launch);
+    if (shell < 0)
+        return {ShellResult::Outcome::no_shell};
+    Child child{shell};
+    if (!child.wait(limit ? Clock::now() + std::chrono::seconds{*limit} : never))
+    {
+        child.signal(SIGKILL);
+        child.wait();
+    }
+    return {ShellResult::Outcome::ended, child.status()};
+}
+
 } // namespace mirovan
 
 bool CMirovan_System::Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK>(
-        [&]
-        {
-            if (lpszCommand == nullptr)
-                return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-            const QuietSignals signals;
-            if (!signals)
-                return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL, errno);
-            const pid_t child = start_shell(lpszCommand, signals);
-            if (child < 0)
-                return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK, errno);
-            wait_within(child, nTimeout);
-            return true;
-        });
+    return mirovan::operation<ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK>(mirovan::system_ex, lpszCommand,
+                                                                  nTimeout);
 }

@@ -1,8 +1,8 @@
-#include "base/shell_word.h"
+#include "platform/command_line.h"
 #include "source/operation.h"
 #include "source/system/account.h"
+#include "source/system/shell.h"
 
-#include <cstdlib>
 #include <string>
 #include <sys/reboot.h>
 #include <unistd.h>
@@ -27,10 +27,13 @@ bool call_reboot(int howto)
     return reboot(howto) == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
 }
 
-bool run_shell(const std::string& command)
+bool run_command(const std::string& line)
 {
-    const int status = std::system(command.c_str());
-    return status == 0 || fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, status == -1 ? errno : EIO);
+    const ShellResult result = run_shell(line.c_str(), std::nullopt);
+    if (result.outcome != ShellResult::Outcome::ended)
+        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
+    return result.status == 0 ||
+           fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, result.status ? EIO : ECHILD);
 }
 
 /// The account whose processes the end-user action ends: that of the session's user, and never the
@@ -45,28 +48,29 @@ std::string session_account()
     return user && *user != 0 ? name : "username";
 }
 
+bool shut_down(unsigned long action)
+{
+    switch (action)
+    {
+    case halt:
+    case halt_too:
+        return call_reboot(RB_HALT);
+    case restart:
+        return call_reboot(RB_AUTOBOOT);
+    case display_off:
+        return run_command("xset dpms force off");
+    case lock_screen:
+        return run_command("gnome-screensaver-command -l");
+    case end_user:
+        return run_command(platform::kill_user_line(session_account()));
+    default:
+        return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
+    }
+}
+
 } // namespace
 
 bool CMirovan_System::Mirovan_System_Shutdown(unsigned long nShutdownType)
 {
-    return operation<ERROR_MIROVAN_SYSTEM_QUERY_FAILED>(
-        [&]
-        {
-            switch (nShutdownType)
-            {
-            case halt:
-            case halt_too:
-                return call_reboot(RB_HALT);
-            case restart:
-                return call_reboot(RB_AUTOBOOT);
-            case display_off:
-                return run_shell("xset dpms force off");
-            case lock_screen:
-                return run_shell("gnome-screensaver-command -l");
-            case end_user:
-                return run_shell("pkill -kill -u " + shell_word(session_account()));
-            default:
-                return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
-            }
-        });
+    return operation<ERROR_MIROVAN_SYSTEM_QUERY_FAILED>(shut_down, nShutdownType);
 }

@@ -14,6 +14,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
+#include <poll.h>
 #include <pwd.h>
 #include <spawn.h>
 #include <stdio_ext.h>
@@ -349,18 +350,35 @@ extern "C"
 
     // Processes.
 
-    NULLING(std::FILE*, popen, (const char* command, const char* mode), (command, mode), EMFILE,
-            ENFILE, EAGAIN, ENOMEM)
-    STAND_IN(int, pclose, (std::FILE * stream), (stream), (real(stream), fails(way, -1)), ECHILD)
-    FAILING(int, system, (const char* command), (command), EAGAIN, ENOMEM)
-    REPORTING(posix_spawn,
-              (pid_t * child, const char* path, const posix_spawn_file_actions_t* actions,
-               const posix_spawnattr_t* attributes, char* const* arguments, char* const* variables),
-              (child, path, actions, attributes, arguments, variables), EAGAIN, ENOMEM, EACCES,
+#define SPAWNING(name)                                                                             \
+    REPORTING(name,                                                                                \
+              (pid_t * child, const char* program, const posix_spawn_file_actions_t* actions,      \
+               const posix_spawnattr_t* attributes, char* const* arguments,                        \
+               char* const* variables),                                                            \
+              (child, program, actions, attributes, arguments, variables), EAGAIN, ENOMEM, EACCES, \
               ENOENT, ENOEXEC)
-    // Somebody else has waited for the child.
-    STAND_IN(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
-             (way == EINTR ? 0 : real(child, status, 0), fails(way, -1)), ECHILD, EINTR)
+    SPAWNING(posix_spawn)
+    SPAWNING(posix_spawnp)
+    REPORTING(posix_spawnattr_init, (posix_spawnattr_t * attributes), (attributes), ENOMEM)
+    REPORTING(posix_spawn_file_actions_init, (posix_spawn_file_actions_t * actions), (actions),
+              ENOMEM)
+    REPORTING(posix_spawn_file_actions_adddup2,
+              (posix_spawn_file_actions_t * actions, int file, int to), (actions, file, to), ENOMEM)
+    REPORTING(posix_spawn_file_actions_addchdir_np,
+              (posix_spawn_file_actions_t * actions, const char* path), (actions, path), ENOMEM)
+    REPORTING(posix_spawn_file_actions_addclosefrom_np,
+              (posix_spawn_file_actions_t * actions, int first), (actions, first), ENOMEM)
+    FAILING(int, pipe2, (int* ends, int flags), (ends, flags), EMFILE, ENFILE)
+    STAND_IN_WHEN(command == F_DUPFD_CLOEXEC, int, fcntl, (int file, int command, long value),
+                  (file, command, value), fails(way, -1), EMFILE)
+    FAILING(int, poll, (pollfd * files, nfds_t count, int limit), (files, count, limit), EINTR,
+            ENOMEM)
+    FAILING(int, ioctl, (int file, unsigned long request, void* argument),
+            (file, request, argument), ENOTTY, EINVAL)
+    // Somebody else has reaped the child.
+    STAND_IN(pid_t, wait4, (pid_t child, int* status, int options, rusage* usage),
+             (child, status, options, usage),
+             (way == EINTR ? 0 : real(child, status, 0, usage), fails(way, -1)), ECHILD, EINTR)
     FAILING(int, getpriority, (int which, id_t who), (which, who), ESRCH, EACCES)
     FAILING(long, syscall, (long number, long a, long b, long c, long d, long e, long f),
             (number, a, b, c, d, e, f), EACCES, EPERM, ESRCH)
@@ -373,36 +391,11 @@ extern "C"
     STAND_IN_WHEN(action != nullptr && earlier != nullptr, int, sigaction,
                   (int number, const struct sigaction* action, struct sigaction* earlier),
                   (number, action, earlier), (spoil(earlier), fails(way, -1)), EINVAL)
-    STAND_IN_WHEN(earlier != nullptr, int, sigprocmask,
-                  (int how, const sigset_t* mask, sigset_t* earlier), (how, mask, earlier),
-                  (spoil(earlier), fails(way, -1)), EINVAL)
     STAND_IN_WHEN(earlier != nullptr, int, pthread_sigmask,
                   (int how, const sigset_t* mask, sigset_t* earlier), (how, mask, earlier),
                   (spoil(earlier), way), EINVAL)
     STAND_IN_WHEN(handler != SIG_DFL, sighandler_t, signal, (int number, sighandler_t handler),
                   (number, handler), fails(way, SIG_ERR), EINVAL)
-
-    // It returns twice, so that it cannot be called from a function of its own.
-    int faults_fork(const void* caller)
-    {
-        static constexpr int ways[] = {EAGAIN, ENOMEM};
-        const int way = fault("vfork", ways, caller);
-        return fails(way, way);
-    }
-    __asm__(".globl vfork\n.type vfork, @function\nvfork:\n"
-            "mov (%rsp), %rdi\nsub $8, %rsp\ncall faults_fork@PLT\nadd $8, %rsp\n"
-            "test %eax, %eax\njnz 1f\njmp __vfork@PLT\n"
-            "1: mov $-1, %eax\nret\n.size vfork, .-vfork\n");
-
-    int stand_in_execv(const char* path, char* const* arguments) __asm__("execv");
-    int stand_in_execv(const char* path, char* const* arguments)
-    {
-        static constinit std::atomic<int (*)(const char*, char* const*)> known = nullptr;
-        auto* const real = next(known, "execv");
-        static constexpr int ways[] = {ENOENT, EACCES, ENOMEM, E2BIG};
-        const int way = fault_in_any_process("execv", ways, __builtin_return_address(0));
-        return way == 0 ? real(path, arguments) : fails(way, -1);
-    }
 
     int stand_in_kill(pid_t target, int number) __asm__("kill");
     int stand_in_kill(pid_t target, int number)
@@ -411,8 +404,9 @@ extern "C"
         auto* const real = next(known, "kill");
         static constexpr int ways[] = {EPERM, ESRCH};
         siginfo_t state{};
-        if (target <= 0 ||
-            waitid(P_PID, static_cast<id_t>(target), &state, WEXITED | WNOHANG | WNOWAIT) != 0)
+        const auto child = static_cast<id_t>(std::abs(target));
+        if (target == 0 || target == -1 ||
+            waitid(P_PID, child, &state, WEXITED | WNOHANG | WNOWAIT) != 0)
             refuse("a signal for a process that is no child\n");
         const int way = fault("kill", ways, __builtin_return_address(0));
         return way == 0 ? real(target, number) : fails(way, -1);
