@@ -17,6 +17,9 @@ int spawn(pid_t& child, const char* program, bool on_path,
           const posix_spawn_file_actions_t& actions, const posix_spawnattr_t& attributes,
           char* const* arguments, char* const* environment);
 
+/// The environment of this process, for a program that is to have the same.
+char* const* environment();
+
 /// Lets a program inherit the standard streams and no other descriptor; to be called after all
 /// other actions were added, and before the flags are set.
 ///

@@ -24,6 +24,11 @@ int spawn(pid_t& child, const char* program, bool on_path,
                    : posix_spawn(&child, program, &actions, &attributes, arguments, environment);
 }
 
+char* const* environment()
+{
+    return environ;
+}
+
 int inherit_streams_alone(posix_spawn_file_actions_t& actions, short& /*flags*/)
 {
     constexpr int first = 3;

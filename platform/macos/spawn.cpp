@@ -1,5 +1,6 @@
 #include "platform/spawn.h"
 
+#include <crt_externs.h>
 #include <pthread.h>
 
 namespace mirovan::platform
@@ -43,6 +44,11 @@ int spawn(pid_t& child, const char* program, bool on_path,
                 : posix_spawn(&child, program, &actions, &attributes, arguments, environment);
     pthread_rwlock_unlock(&pipes_complete);
     return error;
+}
+
+char* const* environment()
+{
+    return *_NSGetEnviron(); // A library has no environ of its own.
 }
 
 int inherit_streams_alone(posix_spawn_file_actions_t& actions, short& flags)

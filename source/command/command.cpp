@@ -1,5 +1,6 @@
 #include "source/command/command.h"
 
+#include "platform/spawn.h"
 #include "source/process/start.h"
 
 namespace mirovan
@@ -11,7 +12,7 @@ Command::Command(const std::string& line)
     if (open_pipe(output_, writing))
     {
         Launch launch{};
-        launch.environment = environ;
+        launch.environment = platform::environment();
         launch.streams[STDOUT_FILENO] = writing.get();
         shell_ = start_shell(line.c_str(), launch);
     }

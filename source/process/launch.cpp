@@ -1,4 +1,5 @@
 #include "base/string.h"
+#include "platform/spawn.h"
 #include "source/operation.h"
 #include "source/process/start.h"
 
@@ -67,8 +68,8 @@ bool run_process(unsigned long* id, const char* path, const char* argument0, con
     if (id == nullptr || path == nullptr || argument0 == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     char* const arguments[] = {const_cast<char*>(argument0), const_cast<char*>(argument1), nullptr};
-    const pid_t child =
-        fork_and_execute({.program = path, .arguments = arguments, .environment = environ});
+    const pid_t child = fork_and_execute(
+        {.program = path, .arguments = arguments, .environment = platform::environment()});
     if (child < 0)
         return fail(ERROR_MIROVAN_PROCESS_FORK, errno);
     *id = static_cast<unsigned long>(child);

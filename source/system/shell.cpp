@@ -1,5 +1,6 @@
 #include "source/system/shell.h"
 
+#include "platform/spawn.h"
 #include "source/operation.h"
 
 #include <csignal>
@@ -122,7 +123,7 @@ ShellResult run_shell(const char* line, std::optional<int> limit)
     const QuietSignals signals;
     if (!signals)
         return {ShellResult::Outcome::no_signals};
-    Launch launch{.environment = environ};
+    Launch launch{.environment = platform::environment()};
     launch.mask = &signals.mask();
     launch.defaults = &signals.defaults();
     const pid_t shell = start_shell(line, launch);
