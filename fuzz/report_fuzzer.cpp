@@ -35,11 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     mirovan::WritableVolumes volumes;
     tag_Mirovan_Cpu_Information processor{};
+    mirovan::ProcessorLines lines{processor};
     const int error = mirovan::read_report_lines(fileno(file.get()),
                                                  [&](std::string_view line)
                                                  {
                                                      volumes.take_line(line);
-                                                     mirovan::take_processor_line(line, processor);
+                                                     lines.take_line(line);
                                                  });
     require(error == 0);
     require(volumes.names() == expected);

@@ -171,9 +171,9 @@ typedef struct tag_Mirovan_Disk_Information
 /** @brief The processor and the model, from Mirovan_HardWare_GetCpuInfomation(). */
 typedef struct tag_Mirovan_Cpu_Information
 {
-    char tszProcessorName[128];  /**< Name of the processor. */
+    char tszProcessorName[128];  /**< Name of the processor; of Apple silicon, of the chip. */
     char tszModelIdentifier[64]; /**< Model identifier of the machine. */
-    int32_t nProcessorSpeed;     /**< Speed in MHz. */
+    int32_t nProcessorSpeed;     /**< Speed in MHz; Apple silicon reports none. */
     int32_t nProcessorOnline;    /**< Processors online; -1 when the system does not tell. */
     uint32_t nHardwareThreads;   /**< Hardware threads. */
 } tag_Mirovan_Cpu_Information;
@@ -599,10 +599,11 @@ extern "C"
      *                      any case, is cleared.
      * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
      *         or memory ran out. What cannot be found stays empty and is no failure; the flag and
-     *         code are then those that the last of the four commands left.
+     *         code are then those that the last of the commands left.
      *
-     * Blocks while four commands run. Threads: any. From: the outputs of system_profiler and ioreg
-     * through the shell, with grep, head, awk, sed and xxd.
+     * Blocks while four commands run, and a fifth on Macs whose registry shows a part of the
+     * platform's number first. Threads: any. From: the outputs of system_profiler and ioreg through
+     * the shell, with grep, head, awk, sed and xxd.
      */
     MIROVAN_API bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
 

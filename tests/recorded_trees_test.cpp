@@ -16,8 +16,9 @@ std::string record_of(std::string_view hardware, std::string_view storage)
     while (const auto line = platform::next_line(storage))
         volumes.take_line(std::string{*line} + "\n");
     tag_Mirovan_Cpu_Information processor = test::unfilled_processor;
+    ProcessorLines lines{processor};
     while (const auto line = platform::next_line(hardware))
-        take_processor_line(std::string{*line} + "\n", processor);
+        lines.take_line(std::string{*line} + "\n");
     return test::report_record(volumes.names(), processor);
 }
 

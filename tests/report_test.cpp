@@ -16,7 +16,7 @@ namespace
 TEST(FileSystemKind, FirstKnownPartDecides)
 {
     const std::pair<const char*, int> kinds[] = {
-        {"apfs", 5},  {"exfat", 1}, {"vfat", 1},   {"msdos", 0},        {"hfs", 0},
+        {"apfs", 5},  {"exfat", 1}, {"vfat", 1},   {"msdos", 1},        {"hfs", 0},
         {"ntfs3", 2}, {"ntfs", 2},  {"ext4", 4},   {"nextfs", 4},       {"APFS", 0},
         {"", 0},      {"nfs", 0},   {"fatext", 1}, {"fuse.ntfs-3g", 2}, {"fatapfs", 5}};
     for (const auto& [name, kind] : kinds)
@@ -90,11 +90,12 @@ std::string record_of(const std::string& report)
                                                                std::fclose};
     mirovan::WritableVolumes volumes;
     tag_Mirovan_Cpu_Information processor = test::unfilled_processor;
+    mirovan::ProcessorLines lines{processor};
     mirovan::read_report_lines(fileno(file.get()),
                                [&](std::string_view line)
                                {
                                    volumes.take_line(line);
-                                   mirovan::take_processor_line(line, processor);
+                                   lines.take_line(line);
                                });
     return test::report_record(volumes.names(), processor);
 }

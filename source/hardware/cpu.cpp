@@ -54,28 +54,36 @@ int32_t megahertz(double gigahertz)
     return speed < Limits::max() ? static_cast<int32_t>(speed) : Limits::max();
 }
 
-/// The number between the key, in the case it has on this line, and the next blank.
+/// The number between the key, in the case it has on this line, and the next blank. Where the region
+/// has a decimal comma, reports have one too.
 int32_t speed(std::string_view line, std::string_view key)
 {
     char token[64] = "";
     const std::string start{line.substr(0, key.size())};
     Fundix_String_GetStartEndA(line.data(), token, start.c_str(), " ");
+    std::replace(std::begin(token), std::end(token), ',', '.');
     return megahertz(ReportLocale{}.number(token));
 }
 
 } // namespace
 
-void take_processor_line(std::string_view line, tag_Mirovan_Cpu_Information& processor)
+void ProcessorLines::take_line(std::string_view line)
 {
     constexpr std::string_view name_key = "      processor name: ";
+    constexpr std::string_view chip_key = "      chip: ";
     constexpr std::string_view model_key = "      model identifier: ";
     constexpr std::string_view speed_key = "      processor speed: ";
     if (starts_in_any_case(line, name_key))
-        copy_cut(processor.tszProcessorName, value(line, name_key));
+    {
+        copy_cut(processor_.tszProcessorName, value(line, name_key));
+        named_ = true;
+    }
+    else if (!named_ && starts_in_any_case(line, chip_key))
+        copy_cut(processor_.tszProcessorName, value(line, chip_key));
     else if (starts_in_any_case(line, model_key))
-        copy_cut(processor.tszModelIdentifier, value(line, model_key));
+        copy_cut(processor_.tszModelIdentifier, value(line, model_key));
     else if (starts_in_any_case(line, speed_key))
-        processor.nProcessorSpeed = speed(line, speed_key);
+        processor_.nProcessorSpeed = speed(line, speed_key);
 }
 
 } // namespace mirovan
@@ -90,7 +98,8 @@ bool CMirovan_HardWare::Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Inform
                 return fail(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL);
             pstCpuInfo->nHardwareThreads = std::thread::hardware_concurrency();
             pstCpuInfo->nProcessorOnline = static_cast<int32_t>(sysconf(_SC_NPROCESSORS_ONLN));
-            return read_report("system_profiler SPHardwareDataType", [&](std::string_view line)
-                               { take_processor_line(line, *pstCpuInfo); });
+            ProcessorLines lines{*pstCpuInfo};
+            return read_report("system_profiler SPHardwareDataType",
+                               [&](std::string_view line) { lines.take_line(line); });
         });
 }

@@ -28,7 +28,7 @@ int32_t file_system_kind(std::string_view type_name) noexcept
     {
         std::string_view part;
         int32_t kind;
-    } kinds[] = {{"apfs", 5}, {"fat", 1}, {"ntfs", 2}, {"ext", 4}};
+    } kinds[] = {{"apfs", 5}, {"fat", 1}, {"msdos", 1}, {"ntfs", 2}, {"ext", 4}};
     for (const auto& [part, kind] : kinds)
         if (type_name.find(part) != std::string_view::npos)
             return kind;

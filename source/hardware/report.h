@@ -42,9 +42,18 @@ private:
     std::vector<std::string> names_;
 };
 
-/// Fills the fields that a line of the hardware report tells; leaves the others alone.
-///
-/// @param line a NUL follows it
-void take_processor_line(std::string_view line, tag_Mirovan_Cpu_Information& processor);
+/// Fills the fields that the lines of the hardware report tell; leaves the others alone.
+class ProcessorLines
+{
+public:
+    explicit ProcessorLines(tag_Mirovan_Cpu_Information& processor) : processor_{processor} {}
+
+    /// @param line a NUL follows it
+    void take_line(std::string_view line);
+
+private:
+    tag_Mirovan_Cpu_Information& processor_;
+    bool named_ = false; ///< by its own name; else by that of the chip it is a part of
+};
 
 } // namespace mirovan

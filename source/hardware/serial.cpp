@@ -1,6 +1,7 @@
 #include "source/hardware/report.h"
 #include "source/operation.h"
 
+#include "base/string.h"
 #include "platform/command_line.h"
 #include "source/command/capture.h"
 
@@ -17,6 +18,30 @@ void capture_field(const char* pipeline, std::span<char> field)
 {
     constexpr LineSelection all_lines{.count = 0, .start = 0};
     capture_into(platform::report_command_line(pipeline), all_lines, field);
+}
+
+/// Appends the platform's serial number. Of Macs with an Intel processor the property that is read
+/// first begins with the last three or four characters of the number alone.
+void capture_platform_serial(std::span<char> field)
+{
+    const std::size_t held = strnlen(field.data(), field.size());
+    capture_field("ioreg -l | grep -i 'serial-number' | head -n 1 | "
+                  "sed 's/.*<\\(.*\\)>.*/\\1/' | xxd -r -p",
+                  field);
+    const auto added = field.subspan(held);
+    const std::string_view answer{added.data(), strnlen(added.data(), added.size())};
+    if (answer.size() != 3 && answer.size() != 4)
+        return;
+    char line[sizeof(tag_Mirovan_SdkSerial_Information::tszPlatformSerial)] = "";
+    capture_field("ioreg -l | grep '\"IOPlatformSerialNumber\"' | head -n 1 | "
+                  "sed 's/.*\"\\(.*\\)\".*/\\1/'",
+                  line);
+    const std::string_view number{line, std::strcspn(line, "\n")};
+    if (number.size() > answer.size() && number.ends_with(answer))
+    {
+        field[held] = '\0';
+        append_cut(field, number);
+    }
 }
 
 bool is_placeholder(std::string_view text)
@@ -59,9 +84,7 @@ bool CMirovan_HardWare::Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Informa
             capture_field("system_profiler SPStorageDataType | grep \"Volume UUID\" | "
                           "awk 'NR==1{print $3}'",
                           pstSerialInfo->tszVolumeUUID);
-            capture_field("ioreg -l | grep -i 'serial-number' | head -n 1 | "
-                          "sed 's/.*<\\(.*\\)>.*/\\1/' | xxd -r -p",
-                          pstSerialInfo->tszPlatformSerial);
+            capture_platform_serial(pstSerialInfo->tszPlatformSerial);
             clear_first_placeholder(*pstSerialInfo);
             return true;
         });
