@@ -74,9 +74,11 @@
        "The file cannot be opened for writing, or not all of the buffer could be written.")        \
     XX(0x40A0020, ERROR_MIROVAN_FILE_ENUM_PARAMETER,                                               \
        "The path or the list of an enumeration is missing.")                                       \
-    XX(0x40A0021, ERROR_MIROVAN_FILE_ENUM_EMPTY, "The enumeration found nothing.")                 \
+    XX(0x40A0021, ERROR_MIROVAN_FILE_ENUM_EMPTY,                                                   \
+       "The enumeration found nothing that is wanted and readable.")                               \
     XX(0x40A0022, ERROR_MIROVAN_FILE_ENUM_NOTDIR,                                                  \
-       "The path to enumerate is not an existing folder, or the folder cannot be read.")           \
+       "The path to enumerate is not an existing folder, a folder cannot be read, or a name is "   \
+       "not valid UTF-8.")                                                                         \
     XX(0x40A0030, ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER,                                       \
        "The path of the folder to create is missing.")                                             \
     XX(0x40A0031, ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, "The folder could not be created.")      \
@@ -94,6 +96,10 @@
        "The source or the destination of a copy is missing.")                                      \
     XX(0x40A0071, ERROR_MIROVAN_FILE_COPY_EXIST, "The destination of the copy exists already.")    \
     XX(0x40A0072, ERROR_MIROVAN_FILE_COPY_FAILED, "The file could not be copied.")                 \
+    XX(0x40A0080, ERROR_MIROVAN_FILE_WALK_PARAMETER,                                               \
+       "The path, the callback or the options of a walk are missing or invalid.")                  \
+    XX(0x40A0081, ERROR_MIROVAN_FILE_WALK_FAILED,                                                  \
+       "The folder to walk cannot be opened, or a folder above was moved during the walk.")        \
     XX(0x40A1001, ERROR_MIROVAN_SYSTEM_PARAMETER,                                                  \
        "A required argument of a system operation is missing.")                                    \
     XX(0x40A1002, ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK,                                              \
@@ -541,6 +547,110 @@ extern "C"
      */
     MIROVAN_API bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile,
                                             const wchar_t* lpwszDstFile, bool bFailIfExists);
+
+    /** @brief What is at a path, without following symbolic links. */
+    enum MIROVAN_FILE_KIND
+    {
+        MIROVAN_KIND_UNKNOWN = 0, /**< The file system does not report it. */
+        MIROVAN_KIND_FILE = 1,    /**< A regular file. */
+        MIROVAN_KIND_FOLDER = 2,  /**< A folder. */
+        MIROVAN_KIND_LINK = 3,    /**< A symbolic link. */
+        MIROVAN_KIND_OTHER = 4    /**< A device, FIFO or socket. */
+    };
+
+    /** @brief Options of a walk; values to combine in MIROVAN_WALK::nFlags. */
+    enum MIROVAN_WALK_FLAG
+    {
+        MIROVAN_WALK_STATUS = 1,      /**< Fill the status fields and the target of links. */
+        MIROVAN_WALK_SAME_VOLUME = 2, /**< Do not enter folders of other volumes. */
+        MIROVAN_WALK_FOLDERS_LAST = 4 /**< Report each folder after all that is in it. */
+    };
+
+    /** @brief What the callback of a walk returns. */
+    enum MIROVAN_WALK_NEXT
+    {
+        MIROVAN_WALK_CONTINUE = 0, /**< Go on. */
+        MIROVAN_WALK_SKIP = 1,     /**< Go on, but do not enter this folder. */
+        MIROVAN_WALK_STOP = 2      /**< End the walk, which is a success. */
+    };
+
+    /** @brief Bits of MIROVAN_WALK_ENTRY::nKnown. */
+    enum MIROVAN_WALK_KNOWN
+    {
+        MIROVAN_WALK_KNOWN_STATUS = 1, /**< All fields from nFileSize to nGroupId. */
+        MIROVAN_WALK_KNOWN_TARGET = 2  /**< lpszLinkTarget. */
+    };
+
+    /** @brief Options of Mirovan_File_Walk(). Clear it, then set what you need. */
+    typedef struct MIROVAN_WALK
+    {
+        uint32_t nSize;          /**< sizeof(MIROVAN_WALK). */
+        uint32_t nFlags;         /**< Values of ::MIROVAN_WALK_FLAG. */
+        int32_t nMaxDepth;       /**< Deepest level to report, 1 for the folder's own entries; 0 for
+                                      all. */
+        uint32_t nReserved;      /**< 0. */
+        const char* lpszPattern; /**< Report only names that match, as fnmatch() does; null for all.
+                                      Folders are entered whatever their names. */
+    } MIROVAN_WALK;
+
+    /** @brief An entry that Mirovan_File_Walk() reports. All strings end with the callback. */
+    typedef struct MIROVAN_WALK_ENTRY
+    {
+        uint32_t nSize;         /**< sizeof(MIROVAN_WALK_ENTRY) of the library. */
+        uint32_t nKnown;        /**< Values of ::MIROVAN_WALK_KNOWN. */
+        const char* lpszPath;   /**< The path given, a slash and the names below it. */
+        const char* lpszName;   /**< The last name of lpszPath. */
+        int32_t nKind;          /**< A value of ::MIROVAN_FILE_KIND. */
+        int32_t nDepth;         /**< 1 for the entries of the folder given, 0 for itself. */
+        int32_t nErrno;         /**< Why the entry, or the content of the folder, cannot be read;
+                                         0 when it can. */
+        uint32_t nPermissions;  /**< Permission bits, set-user-ID and its kin included. */
+        int64_t nFileSize;      /**< Size in bytes. */
+        int64_t nAllocatedSize; /**< Bytes that it takes on the volume. */
+        int64_t nModifyTime;    /**< Last modification, nanoseconds since 1970 UTC. */
+        int64_t nAccessTime;    /**< Last access, nanoseconds since 1970 UTC. */
+        int64_t nStatusTime;    /**< Last change of the status, nanoseconds since 1970 UTC. */
+        uint64_t nDevice;       /**< Number of the device of its volume. */
+        uint64_t nInode;        /**< Number of the file on its volume. */
+        uint64_t nLinkCount;    /**< Number of hard links. */
+        uint32_t nUserId;       /**< Owner. */
+        uint32_t nGroupId;      /**< Group. */
+        const char* lpszLinkTarget; /**< Content of a symbolic link; null when not known. */
+    } MIROVAN_WALK_ENTRY;
+
+    /**
+     * @brief Reports each entry below a folder to a function, which steers the walk.
+     *
+     * A folder is reported before its content, or after it with ::MIROVAN_WALK_FOLDERS_LAST; the
+     * order is otherwise that of the file system. Symbolic links are reported and not followed, but
+     * lpszPath itself may be one. Paths may have any length, trees any depth: at most 32 file
+     * descriptors are open at once. Names are bytes; nothing is converted.
+     *
+     * What cannot be read does not end the walk: an entry whose status cannot be read, for example
+     * because it was deleted meanwhile, comes without its status and with nErrno set, a folder that
+     * cannot be opened with nErrno set. A folder whose listing ends with an error is reported once
+     * more, with nErrno set. Such a report comes whatever its name and the pattern.
+     *
+     * @param lpszPath path of the folder, UTF-8. It is not reported itself, except with nErrno set
+     *                 and the depth 0 when its listing ends with an error.
+     * @param pstWalk options; null for none. nSize must be set.
+     * @param pfnEntry called for each entry with pContext; the entry and its strings are valid
+     *                 during the call. It returns a value of ::MIROVAN_WALK_NEXT.
+     *                 ::MIROVAN_WALK_SKIP applies to a folder that is reported before its content.
+     * @param pContext passed to pfnEntry; may be null.
+     * @return true when the walk ended, or pfnEntry stopped it. Codes:
+     *         ::ERROR_MIROVAN_FILE_WALK_PARAMETER a null path or callback, an nSize that is too
+     *         small, an unknown flag or a negative depth (EINVAL); ::ERROR_MIROVAN_FILE_WALK_FAILED
+     *         the folder cannot be opened (pfnEntry was not called), a folder was moved away during
+     *         the walk (ESTALE), or memory ran out.
+     *
+     * Threads: any; the callback runs on the calling thread. From: openat(), readdir(), fstatat(),
+     * readlinkat(), fnmatch().
+     */
+    MIROVAN_API bool Mirovan_File_Walk(const char* lpszPath, const MIROVAN_WALK* pstWalk,
+                                       int (*pfnEntry)(const MIROVAN_WALK_ENTRY* pstEntry,
+                                                       void* pContext),
+                                       void* pContext);
 
     /** @} */
     /** @name Hardware
@@ -1123,6 +1233,10 @@ public:
     /** See ::Mirovan_File_CopyFileW. */
     bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile, const wchar_t* lpwszDstFile,
                                 bool bFailIfExists);
+    /** See ::Mirovan_File_Walk. */
+    bool Mirovan_File_Walk(const char* lpszPath, const MIROVAN_WALK* pstWalk,
+                           int (*pfnEntry)(const MIROVAN_WALK_ENTRY* pstEntry, void* pContext),
+                           void* pContext);
 };
 
 /** @brief Hardware information; each method is the function of the same name. */
@@ -1158,9 +1272,10 @@ public:
     bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult, int nLineCount,
                                        int nStartLine, int* pnResultLen);
     /** See ::Mirovan_Process_ReadCmdLines. */
-    bool Mirovan_Process_ReadCmdLines(
-        const char* lpszCommand, int nLineCount, int nStartLine,
-        bool (*pfnPiece)(const char* lpszPiece, int nPieceLen, void* pContext), void* pContext);
+    bool Mirovan_Process_ReadCmdLines(const char* lpszCommand, int nLineCount, int nStartLine,
+                                      bool (*pfnPiece)(const char* lpszPiece, int nPieceLen,
+                                                       void* pContext),
+                                      void* pContext);
     /** See ::Mirovan_Process_GetProcessInfo. */
     bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
                                         const char* lpszProcessName, int nPid);

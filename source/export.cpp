@@ -77,6 +77,13 @@ bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile, const wchar_t* lpwszDst
     return m_FileSdk.Mirovan_File_CopyFileW(lpwszSrcFile, lpwszDstFile, bFailIfExists);
 }
 
+bool Mirovan_File_Walk(const char* lpszPath, const MIROVAN_WALK* pstWalk,
+                       int (*pfnEntry)(const MIROVAN_WALK_ENTRY* pstEntry, void* pContext),
+                       void* pContext)
+{
+    return m_FileSdk.Mirovan_File_Walk(lpszPath, pstWalk, pfnEntry, pContext);
+}
+
 bool Mirovan_HardWare_GetDiskInfomation(const char* lpszPath,
                                         tag_Mirovan_Disk_Information* pstDiskInfo, int nUnit)
 {

@@ -58,4 +58,16 @@ bool operation(Function&& function, Arguments&&... arguments) noexcept
     }
 }
 
+/// The frame of an operation that calls a function of its caller: after a success the flag is the
+/// operation's own, whatever the function's own calls of the library left.
+template <ErrorCode Nearest, class Function, class... Arguments>
+bool calling_operation(Function&& function, Arguments&&... arguments) noexcept
+{
+    const bool success =
+        operation<Nearest>(std::forward<Function>(function), std::forward<Arguments>(arguments)...);
+    if (success)
+        clear_error();
+    return success;
+}
+
 } // namespace mirovan

@@ -63,10 +63,14 @@ TEST_P(FileDeletion, OfWhatIsNoFolder)
     EXPECT_TRUE(fs::exists(scratch_ / "to-file"));
 
     // A link to a folder leads to its content; as the root of a tree it is itself what goes.
-    fs::create_symlink(make_tree(), scratch_ / "link");
-    EXPECT_SUCCEEDS(remove(scratch_ / "link", true));
-    EXPECT_FALSE(fs::is_symlink(scratch_ / "link"));
-    EXPECT_TRUE(fs::exists(scratch_ / "tree/a/b/c/deep"));
+    make_tree();
+    for (const char* link : {"link", "link/", "link///"})
+    {
+        fs::create_symlink(scratch_ / "tree", scratch_ / "link");
+        EXPECT_SUCCEEDS(remove(scratch_ / link, true));
+        EXPECT_FALSE(fs::is_symlink(scratch_ / "link"));
+        EXPECT_TRUE(fs::exists(scratch_ / "tree/a/b/c/deep"));
+    }
     fs::create_symlink(scratch_ / "tree", scratch_ / "link");
     EXPECT_SUCCEEDS(remove(scratch_ / "link", false));
     EXPECT_TRUE(fs::is_empty(scratch_ / "link"));

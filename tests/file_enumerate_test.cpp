@@ -230,7 +230,13 @@ TEST_P(Enumeration, PatternsOfTheArrayForm)
     for (const auto& [pattern, type, names, code] : cases)
     {
         Paths paths;
+        EXPECT_FAILS(Mirovan_File_GetFileAttrA(nullptr, nullptr),
+                     ERROR_MIROVAN_FILE_ATTR_PARAMETER);
         const bool result = rows(scratch_ / pattern, paths, false, type);
+        // That the path was not found as given is seen afterwards.
+        EXPECT_TRUE(!result || fs::exists(scratch_ / pattern) ||
+                    Mirovan_GetLastError(nullptr) == ERROR_MIROVAN_FILE_ATTR_NOTFOUND)
+            << pattern;
         EXPECT_TRUE(code == Mirovan_ErrorCode{} ? test::succeeded(result)
                                                 : test::failed_with(result, code))
             << pattern;
@@ -239,7 +245,8 @@ TEST_P(Enumeration, PatternsOfTheArrayForm)
     }
     Paths paths;
     EXPECT_FAILS(rows("", paths, false, 3), failed, ENOENT);
-    EXPECT_FAILS(rows(scratch_.folder("empty"), paths, true, 3), ERROR_MIROVAN_FILE_ENUM_EMPTY);
+    EXPECT_FAILS(rows(scratch_.folder("empty"), paths, true, 3), ERROR_MIROVAN_FILE_ENUM_EMPTY,
+                 ENOENT);
 }
 
 TEST_P(Enumeration, FoldersOfAnotherUser)
@@ -257,7 +264,8 @@ TEST_P(Enumeration, FoldersOfAnotherUser)
             EXPECT_TRUE(list(scratch_ / "unsearchable", false, 3).empty());
             EXPECT_TRUE(list(scratch_ / "closed", true, 3).empty());
             Paths paths;
-            EXPECT_FAILS(rows(scratch_ / "closed", paths, true, 3), ERROR_MIROVAN_FILE_ENUM_EMPTY);
+            EXPECT_FAILS(rows(scratch_ / "closed", paths, true, 3), ERROR_MIROVAN_FILE_ENUM_EMPTY,
+                         EACCES);
             EXPECT_THROW(list(scratch_ / "unsearchable/sub", true, 3), fs::filesystem_error);
             EXPECT_FALSE(Mirovan_IsErrorOccur);
             EXPECT_FAILS(rows(scratch_ / "unsearchable/sub", paths, true, 3),

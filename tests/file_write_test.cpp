@@ -209,6 +209,15 @@ TEST(FileArguments, AreRefused)
     EXPECT_FAILS(Mirovan_File_CreateSparseFileW(name.c_str(), 1), ERROR_MIROVAN_FILE_SPARSE_OPEN,
                  EILSEQ);
     EXPECT_TRUE(fs::is_empty(scratch.path()));
+
+    // 400 characters that have 1,200 bytes in UTF-8.
+    std::wstring many = widened(scratch.path());
+    for (int part = 0; part < 8; ++part)
+        many += L"/" + std::wstring(49, L'\x20AC');
+    EXPECT_SUCCEEDS(Mirovan_File_CreateMutilFolderW(many.c_str()));
+    EXPECT_EQ(test::shell_output("find '" + scratch.path() + "' -mindepth 8 | wc -l"), "1\n");
+    many += L"/" + std::wstring(1023 - many.size(), L'x');
+    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(many.c_str()), no_folder, ENAMETOOLONG);
 }
 
 } // namespace

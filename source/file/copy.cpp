@@ -12,7 +12,11 @@ namespace
 
 using Status = struct stat;
 
-constexpr mode_t permission_bits = 07777;
+constexpr mode_t all_mode_bits = 07777;
+// Set-user-ID and its kin are not a copy's to have: its owner may be another.
+constexpr mode_t copied_mode_bits = 0777;
+constexpr mode_t owner_mode_bits = 0700;
+constexpr mode_t unknown_mode = ~mode_t{0};
 
 bool refuse(int reason)
 {
@@ -25,26 +29,34 @@ bool is_regular(const Status& status)
     return S_ISREG(status.st_mode) || refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
 }
 
-/// The destination, with its permission bits those of the source before any content is in it.
+/// The destination. Nobody but its owner may read it until its content is complete.
 class Destination
 {
 public:
-    bool open(const char* path, const Status& source)
+    bool open(const char* path, const Status& source, bool fail_if_exists)
     {
-        const mode_t mode = source.st_mode & permission_bits;
-        file_ = open_file(path, O_WRONLY | O_CREAT | O_EXCL | O_NONBLOCK, mode);
-        const bool created = static_cast<bool>(file_);
-        if (!created && errno == EEXIST)
-            file_ = open_file(path, O_WRONLY | O_CREAT | O_NONBLOCK, mode);
+        mode_ = source.st_mode & copied_mode_bits;
+        const mode_t first_mode = mode_ & owner_mode_bits;
+        file_ = open_file(path, O_WRONLY | O_CREAT | O_EXCL | O_NONBLOCK, first_mode);
+        created_ = static_cast<bool>(file_);
+        if (!created_ && errno == EEXIST && !fail_if_exists)
+            file_ = open_file(path, O_WRONLY | O_CREAT | O_NONBLOCK, first_mode);
+        if (created_)
+            return true;
         Status status{};
         if (!file_ || fstat(file_.get(), &status) != 0)
             return false;
-        const bool same_mode = (status.st_mode & permission_bits) == mode;
-        // A volume without permission bits is no reason to refuse a new file.
-        if (created)
-            return same_mode || fchmod(file_.get(), mode) == 0 || errno == EPERM;
-        return may_replace(status, source) && (same_mode || fchmod(file_.get(), mode) == 0) &&
-               (status.st_size == 0 || cut_to_nothing());
+        mode_now_ = status.st_mode & all_mode_bits;
+        return may_replace(status, source) && (mode_now_ == mode_ || set_mode(first_mode)) &&
+               (status.st_size == 0 || truncate());
+    }
+
+    /// Gives it the mode that it is to have and closes it.
+    bool finish()
+    {
+        // A volume without permission bits is no reason to reject a new file.
+        return (mode_now_ == mode_ || set_mode(mode_) || (created_ && errno == EPERM)) &&
+               file_.close();
     }
 
     int get() const { return file_.get(); }
@@ -56,7 +68,15 @@ private:
         return is_regular(status) && (!same || refuse(EEXIST));
     }
 
-    bool cut_to_nothing()
+    bool set_mode(mode_t mode)
+    {
+        if (fchmod(file_.get(), mode) != 0)
+            return false;
+        mode_now_ = mode;
+        return true;
+    }
+
+    bool truncate()
     {
         int result = 0;
         do
@@ -66,56 +86,53 @@ private:
     }
 
     Descriptor file_;
+    mode_t mode_ = 0;
+    mode_t mode_now_ = unknown_mode; ///< A new file's depends on the umask.
+    bool created_ = false;
 };
 
-bool copy_content(const char* from, const char* to)
+bool copy_file(const Path& from, const Path& to, bool fail_if_exists)
 {
-    // Not waiting matters for a FIFO alone, which is refused as soon as it is open.
-    const Descriptor source = open_file(from, O_RDONLY | O_NONBLOCK);
-    Status status{};
-    Destination destination;
-    return source && fstat(source.get(), &status) == 0 && is_regular(status) &&
-           destination.open(to, status) &&
-           fcopyfile(source.get(), destination.get(), nullptr, COPYFILE_DATA) == 0;
-}
-
-template <class Form>
-bool copy_file(const typename Form::Char* source, const typename Form::Char* destination,
-               bool fail_if_exists)
-{
-    if (source == nullptr || destination == nullptr)
+    if (from.is_null() || to.is_null())
         return fail(ERROR_MIROVAN_FILE_COPY_PARAMETER, EINVAL);
-    PathBuffer to;
-    const bool asked = fail_if_exists && Form::convert(destination, to);
-    if (asked && access(to, F_OK) == 0)
+    // Comes before all other failures; what appears later is found when the file is created.
+    if (fail_if_exists && access(to.text(), F_OK) == 0)
         return fail(ERROR_MIROVAN_FILE_COPY_EXIST, EEXIST);
-    const int unknown = asked && errno != ENOENT && errno != ENOTDIR ? errno : 0;
-    if (!prepare_target<Form>(destination, to, ERROR_MIROVAN_FILE_COPY_FAILED))
+    if (!prepare_target(to, ERROR_MIROVAN_FILE_COPY_FAILED))
         return false;
-    // What may exist is not to be replaced.
-    if (unknown != 0)
-        return fail(ERROR_MIROVAN_FILE_COPY_FAILED, unknown);
-    PathBuffer converted;
-    const char* from = Form::native(source, converted);
-    return (from != nullptr && copy_content(from, to)) ||
+    if (from.error() != 0)
+        return fail(ERROR_MIROVAN_FILE_COPY_FAILED, from.error());
+
+    // Not waiting matters for a FIFO alone, which is rejected as soon as it is open.
+    const Descriptor source = open_file(from.text(), O_RDONLY | O_NONBLOCK);
+    Status status{};
+    if (!source || fstat(source.get(), &status) != 0 || !is_regular(status))
+        return fail(ERROR_MIROVAN_FILE_COPY_FAILED, errno);
+    Destination destination;
+    if (!destination.open(to.text(), status, fail_if_exists))
+        return fail(fail_if_exists && errno == EEXIST ? ERROR_MIROVAN_FILE_COPY_EXIST
+                                                      : ERROR_MIROVAN_FILE_COPY_FAILED,
+                    errno);
+    return (fcopyfile(source.get(), destination.get(), nullptr, COPYFILE_DATA) == 0 &&
+            destination.finish()) ||
            fail(ERROR_MIROVAN_FILE_COPY_FAILED, errno);
 }
 
 } // namespace
 } // namespace mirovan
 
+using namespace mirovan;
+
 bool CMirovan_File::Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* lpszDstFile,
                                            bool bFailIfExists)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file<NarrowForm>, lpszSrcFile,
-                                                     lpszDstFile, bFailIfExists);
+    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file, lpszSrcFile, lpszDstFile,
+                                                     bFailIfExists);
 }
 
 bool CMirovan_File::Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile, const wchar_t* lpwszDstFile,
                                            bool bFailIfExists)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file<WideForm>, lpwszSrcFile,
-                                                     lpwszDstFile, bFailIfExists);
+    return operation<ERROR_MIROVAN_FILE_COPY_FAILED>(copy_file, lpwszSrcFile, lpwszDstFile,
+                                                     bFailIfExists);
 }

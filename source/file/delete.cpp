@@ -1,5 +1,5 @@
-#include "source/file/directory.h"
-#include "source/file/path_form.h"
+#include "source/file/path.h"
+#include "source/file/walk.h"
 #include "source/operation.h"
 
 #include <string>
@@ -11,130 +11,109 @@ namespace
 {
 
 /// Deletes what is in a folder, going on past what cannot be deleted.
-class Deletion
+class Deletion : public Walk<Deletion>
 {
 public:
-    void empty(const char* path)
+    void empty(const std::string& path)
     {
-        if (folders_.start(path, Links::follow))
-            run();
-        else
-            note_failure();
+        if (!run(path, Links::follow))
+            note_failure(errno);
     }
 
-    void remove_tree(const char* path)
+    void remove_tree(const std::string& path)
     {
-        if (!folders_.start(path, Links::refuse))
-        {
-            remove_unopened(AT_FDCWD, path);
-            return;
-        }
-        run();
-        remove(AT_FDCWD, path, AT_REMOVEDIR);
+        if (run(path, Links::refuse))
+            remove(AT_FDCWD, path.c_str(), AT_REMOVEDIR);
+        else
+            remove_unopened(AT_FDCWD, path.c_str(), errno);
     }
 
     /// The errno of the first failure; 0 when there was none.
     int first_failure() const { return first_failure_; }
 
 private:
-    void run()
-    {
-        read_current();
-        while (!folders_.empty())
-            step();
-    }
+    friend Walk;
 
-    void step()
-    {
-        Entry entry{};
-        if (!folders_.current().next(entry))
-            leave();
-        else if (is_folder(entry))
-            enter(entry.name);
-        else
-            remove(folders_.current().descriptor(), entry.name, 0);
-    }
-
-    bool is_folder(Entry& entry)
+    Next see(Entry& entry)
     {
         if (entry.kind == EntryKind::unknown)
-            folders_.current().confirm(entry);
-        return entry.kind == EntryKind::folder;
+            current().confirm(entry);
+        if (entry.kind == EntryKind::folder)
+            return Next::enter;
+        remove(current().descriptor(), entry.name, 0);
+        return Next::pass;
     }
 
-    void enter(const char* name)
+    bool rejected(const Entry& entry, int reason)
     {
-        if (!folders_.enter(name))
-        {
-            remove_unopened(folders_.current().descriptor(), name);
-            return;
-        }
-        names_.emplace_back(name);
-        read_current();
+        remove_unopened(current().descriptor(), entry.name, reason);
+        return true;
     }
 
     /// Everything is read before anything is deleted: some file systems pass entries over when a
     /// folder changes while it is read.
-    void read_current()
+    Next entered()
     {
-        if (!folders_.current().read_ahead())
-            note_failure();
+        if (!current().read_ahead())
+            note_failure(errno);
+        return Next::enter;
     }
 
-    void leave()
+    bool unreadable(int reason)
     {
-        if (!folders_.leave())
-        {
-            // What is above it now is not ours to delete when the folder was moved meanwhile.
-            note_failure(errno == ENOENT ? ESTALE : errno);
-            folders_ = {};
-        }
-        if (folders_.empty())
-            return;
-        remove(folders_.current().descriptor(), names_.back().c_str(), AT_REMOVEDIR);
-        names_.pop_back();
+        note_failure(reason);
+        return true;
     }
+
+    bool left(const char* name)
+    {
+        remove(current().descriptor(), name, AT_REMOVEDIR);
+        return true;
+    }
+
+    /// What is above a folder that was moved meanwhile is not ours to delete.
+    void lost(int reason) { note_failure(reason == ENOENT ? ESTALE : reason); }
 
     void remove(int parent, const char* name, int flags)
     {
         if (unlinkat(parent, name, flags) != 0)
-            note_failure();
+            note_failure(errno);
     }
 
     /// A folder that cannot be opened may still be empty; and a link or a file that has taken its
     /// place is deleted as what it is. Otherwise the reason is that of the opening.
-    void remove_unopened(int parent, const char* name)
+    void remove_unopened(int parent, const char* name, int reason)
     {
-        const int reason = errno;
         const bool is_folder = reason != ENOTDIR && reason != ELOOP;
         if (unlinkat(parent, name, is_folder ? AT_REMOVEDIR : 0) != 0 && errno != ENOENT)
             note_failure(reason);
     }
 
     /// What is gone already is no failure.
-    void note_failure(int reason = errno)
+    void note_failure(int reason)
     {
         if (first_failure_ == 0 && reason != ENOENT)
             first_failure_ = reason;
     }
 
-    DirectoryStack folders_;
-    /// The names of all folders on the stack but the first.
-    std::vector<std::string> names_;
     int first_failure_ = 0;
 };
 
-template <class Form>
-bool delete_folder(const typename Form::Char* path, bool with_root)
+/// A path that names a link itself: a slash behind the name would follow it.
+std::string without_trailing_slashes(std::string path)
 {
-    if (path == nullptr)
+    path.resize(std::max<std::size_t>(path.find_last_not_of('/') + 1, 1));
+    return path;
+}
+
+bool delete_folder(const Path& path, bool with_root)
+{
+    if (path.is_null())
         return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER, EINVAL);
-    PathBuffer buffer;
+    if (path.error() != 0)
+        return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, path.error());
     struct stat status = {};
-    const char* native = Form::native(path, buffer);
-    if (native == nullptr)
-        return fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, errno);
-    if (stat(native, &status) != 0)
+    if (stat(path.text(), &status) != 0)
         return errno == ENOENT || errno == ENOTDIR ||
                fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, errno);
     if (!S_ISDIR(status.st_mode))
@@ -142,9 +121,9 @@ bool delete_folder(const typename Form::Char* path, bool with_root)
 
     Deletion deletion;
     if (with_root)
-        deletion.remove_tree(native);
+        deletion.remove_tree(without_trailing_slashes(path.text()));
     else
-        deletion.empty(native);
+        deletion.empty(path.text());
     return deletion.first_failure() == 0 ||
            fail(ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, deletion.first_failure());
 }
@@ -152,16 +131,14 @@ bool delete_folder(const typename Form::Char* path, bool with_root)
 } // namespace
 } // namespace mirovan
 
+using namespace mirovan;
+
 bool CMirovan_File::Mirovan_File_DeleteMutilFolderA(const char* lpszPath, bool bDelRoot)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder<NarrowForm>, lpszPath,
-                                                             bDelRoot);
+    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder, lpszPath, bDelRoot);
 }
 
 bool CMirovan_File::Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder<WideForm>, lpwszPath,
-                                                             bDelRoot);
+    return operation<ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED>(delete_folder, lpwszPath, bDelRoot);
 }

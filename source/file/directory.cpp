@@ -1,6 +1,9 @@
 #include "source/file/directory.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
+#include <string>
 #include <sys/stat.h>
 
 namespace mirovan
@@ -22,16 +25,42 @@ EntryKind kind_of(const dirent& entry)
     case DT_DIR:
         return EntryKind::folder;
     case DT_REG:
+        return EntryKind::file;
     case DT_LNK:
+        return EntryKind::link;
     case DT_BLK:
     case DT_CHR:
     case DT_FIFO:
     case DT_SOCK:
-        return EntryKind::file;
+        return EntryKind::other;
     default:
         return EntryKind::unknown;
     }
 }
+
+/// Opens a folder by a path of any length, longer ones in parts that the system takes.
+Descriptor open_folder(int parent, std::string_view path, int flags)
+{
+    Descriptor reached;
+    while (path.size() >= PATH_MAX)
+    {
+        const std::size_t slash = path.rfind('/', PATH_MAX - 1);
+        const std::string part{path.substr(0, slash + 1)};
+        if (slash == std::string_view::npos || slash == 0)
+        {
+            errno = ENAMETOOLONG;
+            return {};
+        }
+        reached = open_at(reached ? reached.get() : parent, part.c_str(), O_RDONLY | O_DIRECTORY);
+        if (!reached)
+            return {};
+        path.remove_prefix(std::min(path.find_first_not_of('/', slash), path.size()));
+    }
+    const std::string rest{reached && path.empty() ? "." : path};
+    return open_at(reached ? reached.get() : parent, rest.c_str(), flags);
+}
+
+} // namespace
 
 EntryKind kind_of(const struct stat& status)
 {
@@ -40,31 +69,26 @@ EntryKind kind_of(const struct stat& status)
     case S_IFDIR:
         return EntryKind::folder;
     case S_IFREG:
+        return EntryKind::file;
     case S_IFLNK:
+        return EntryKind::link;
     case S_IFBLK:
     case S_IFCHR:
     case S_IFIFO:
     case S_IFSOCK:
-        return EntryKind::file;
+        return EntryKind::other;
     default:
         return EntryKind::unknown;
     }
 }
 
-} // namespace
-
-void Directory::Close::operator()(DIR* stream) const
-{
-    const int saved_errno = errno;
-    closedir(stream);
-    errno = saved_errno;
-}
-
 Directory Directory::open(int parent, const char* name, Links links)
 {
     const int follow = links == Links::refuse ? O_NOFOLLOW : 0;
+    const int flags = O_RDONLY | O_DIRECTORY | follow;
     Directory folder;
-    Descriptor descriptor = open_at(parent, name, O_RDONLY | O_DIRECTORY | follow);
+    Descriptor descriptor =
+        parent == AT_FDCWD ? open_folder(parent, name, flags) : open_at(parent, name, flags);
     if (descriptor)
         folder.stream_.reset(fdopendir(descriptor.get()));
     if (folder)

@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 #include <memory>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -13,12 +14,14 @@ namespace mirovan
 enum class EntryKind : char
 {
     folder,
-    file,
+    file, ///< A regular file.
+    link,
+    other,
     unknown
 };
 
-/// An entry of a folder, of the kind that the folder itself tells; a link is a file. The name is
-/// valid until the folder is used again.
+/// An entry of a folder, with the kind that the folder itself reports. The name is valid until the
+/// folder is used again.
 struct Entry
 {
     const char* name;
@@ -30,6 +33,8 @@ enum class Links : bool
     follow,
     refuse
 };
+
+EntryKind kind_of(const struct stat& status);
 
 /// A folder that is being read. Its rest can be taken into memory, and then its descriptor can be
 /// given back until it is needed again.
@@ -46,9 +51,8 @@ public:
     /// errno 0, and when the folder cannot be read, with the reason.
     bool next(Entry& entry);
 
-    /// Makes sure of an entry's own kind, and that its status can be read at all: a folder may
-    /// refuse that for all of its entries, so it is asked once, and else only where the kind is
-    /// unknown.
+    /// Resolves an unknown kind with the entry's status. Also checks once whether the folder lets
+    /// the status of its entries be read at all.
     bool confirm(Entry& entry);
 
     /// Takes the rest into memory; false, with errno set, when part of it cannot be read.
@@ -61,14 +65,9 @@ public:
     bool unpark(int child);
 
 private:
-    struct Close
-    {
-        void operator()(DIR* stream) const;
-    };
-
     bool next_in_stream(Entry& entry);
 
-    std::unique_ptr<DIR, Close> stream_;
+    std::unique_ptr<DIR, Closer<closedir>> stream_;
     Descriptor reopened_;
     dev_t device_ = 0;
     ino_t inode_ = 0;

@@ -1,8 +1,11 @@
 #include "source/file/folder.h"
 
+#include "base/string.h"
 #include "source/operation.h"
 
 #include <cstring>
+#include <cwchar>
+#include <string>
 #include <sys/stat.h>
 #include <utility>
 
@@ -45,71 +48,74 @@ bool make_levels(char* path)
     }
 }
 
-template <class Form>
-bool ensure_folder(const typename Form::Char* path)
+bool create_folder(const Path& path)
 {
-    if (path == nullptr)
+    if (path.is_null())
         return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER, EINVAL);
-    PathBuffer folder;
-    if (!Form::convert(path, folder))
-        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, errno);
-    const std::size_t length = std::strlen(folder);
-    if (length != 0 && folder[length - 1] == '\\')
-        folder[length - 1] = '\0';
+    if (path.error() != 0)
+        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, path.error());
+    std::string folder = path.text();
+    if (folder.ends_with('\\'))
+        folder.pop_back();
 
     struct stat status = {};
-    if (stat(folder, &status) == 0)
+    if (stat(folder.c_str(), &status) == 0)
         return true;
     const bool absent = errno == ENOENT || errno == ENOTDIR;
-    return (absent && make_levels(folder)) || fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, errno);
+    return (absent && make_levels(folder.data())) ||
+           fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, errno);
+}
+
+bool create_narrow_folder(const char* path)
+{
+    // What the wide form takes is limited in characters, by its conversion.
+    if (path != nullptr && strnlen(path, MIROVAN_PATH_SIZE) == MIROVAN_PATH_SIZE)
+        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, ENAMETOOLONG);
+    return create_folder(path);
+}
+
+bool create_wide_folder(const wchar_t* path)
+{
+    if (path != nullptr && wcsnlen(path, MIROVAN_PATH_SIZE) == MIROVAN_PATH_SIZE)
+        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, ENAMETOOLONG);
+    return create_folder({path, Path::largest_capacity});
 }
 
 /// Whether the folder part of a path names a folder; a part that names nothing is an error of the
 /// attribute query.
-template <class Form>
-bool folder_exists(const typename Form::Char* folder)
+bool folder_exists(const char* folder)
 {
-    PathBuffer buffer;
     struct stat status = {};
-    const char* native = Form::native(folder, buffer);
-    if (native == nullptr || stat(native, &status) != 0)
+    if (stat(folder, &status) != 0)
         return fail(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, errno);
     return S_ISDIR(status.st_mode);
 }
 
 } // namespace
 
-template <class Form>
-bool create_folder(const typename Form::Char* path)
+bool prepare_target(const Path& file, ErrorCode nearest)
 {
-    return operation<ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED>(ensure_folder<Form>, path);
-}
-
-template <class Form>
-bool prepare_target(const typename Form::Char* file, PathBuffer& native, ErrorCode nearest)
-{
-    const bool converted = Form::convert(file, native);
-    typename Form::Char folder[MIROVAN_PATH_SIZE];
-    if ((!converted && errno == ENAMETOOLONG) || !Form::split(file, folder, {}, {}))
+    if (file.folder_error() == EILSEQ)
+        return fail(ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EILSEQ);
+    if (file.error() != 0)
+        return fail(nearest, file.error());
+    char folder[MIROVAN_PATH_SIZE];
+    if (strnlen(file.text(), MIROVAN_PATH_SIZE) == MIROVAN_PATH_SIZE ||
+        !Fundix_String_GetFileAndPathA(file.text(), folder, {}, {}))
         return fail(nearest, ENAMETOOLONG);
-    if (!folder_exists<Form>(folder) && !create_folder<Form>(folder))
-        return false;
-    return converted || fail(nearest, EILSEQ);
+    return folder_exists(folder) || m_FileSdk.Mirovan_File_CreateMutilFolderA(folder);
 }
-
-template bool create_folder<NarrowForm>(const char*);
-template bool create_folder<WideForm>(const wchar_t*);
-template bool prepare_target<NarrowForm>(const char*, PathBuffer&, ErrorCode);
-template bool prepare_target<WideForm>(const wchar_t*, PathBuffer&, ErrorCode);
 
 } // namespace mirovan
 
+using namespace mirovan;
+
 bool CMirovan_File::Mirovan_File_CreateMutilFolderA(const char* lpszPath)
 {
-    return mirovan::create_folder<mirovan::NarrowForm>(lpszPath);
+    return operation<ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED>(create_narrow_folder, lpszPath);
 }
 
 bool CMirovan_File::Mirovan_File_CreateMutilFolderW(const wchar_t* lpwszPath)
 {
-    return mirovan::create_folder<mirovan::WideForm>(lpwszPath);
+    return operation<ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED>(create_wide_folder, lpwszPath);
 }

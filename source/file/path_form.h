@@ -6,38 +6,36 @@
 
 #include <cerrno>
 #include <cstring>
+#include <cwchar>
+#include <string>
+#include <strings.h>
 
 namespace mirovan
 {
 
-/// Room for a converted path.
-using PathBuffer = char[MIROVAN_PATH_SIZE];
-
-/// What differs between the twins of a file operation: the form of their strings. An algorithm is
-/// written once, over a form.
+/// What differs between the twins of the enumeration: the form of the strings that go in and out.
+/// The algorithm is written once, over a form.
 struct NarrowForm
 {
     using Char = char;
-
-    /// The path as the system takes it; null, with errno set, when it cannot be converted.
-    static const char* native(const char* path, PathBuffer& /*buffer*/) { return path; }
-
-    /// The same as a copy, so that it fits a buffer in every form; the buffer is an empty text when
-    /// it does not.
-    static bool convert(const char* path, PathBuffer& buffer)
-    {
-        const std::size_t length = std::strlen(path);
-        const bool fits = length < sizeof buffer;
-        std::memcpy(buffer, fits ? path : "", fits ? length + 1 : 1);
-        if (!fits)
-            errno = ENAMETOOLONG;
-        return fits;
-    }
 
     static bool split(const char* path, std::span<char> folder, std::span<char> file,
                       std::span<char> extension)
     {
         return Fundix_String_GetFileAndPathA(path, folder, file, extension);
+    }
+
+    /// Whether a text begins with another, ignoring case.
+    static bool begins_with(const std::string& text, const char* start)
+    {
+        return strncasecmp(text.c_str(), start, std::strlen(start)) == 0;
+    }
+
+    /// A path of the system in this form; false when it has none.
+    static bool convert(const std::string& path, std::string& converted)
+    {
+        converted = path;
+        return true;
     }
 };
 
@@ -45,20 +43,20 @@ struct WideForm
 {
     using Char = wchar_t;
 
-    static const char* native(const wchar_t* path, PathBuffer& buffer)
-    {
-        return convert(path, buffer) ? buffer : nullptr;
-    }
-
-    static bool convert(const wchar_t* path, PathBuffer& buffer)
-    {
-        return Fundix_Charset_UnicodeToUTF(path, buffer, nullptr);
-    }
-
     static bool split(const wchar_t* path, std::span<wchar_t> folder, std::span<wchar_t> file,
                       std::span<wchar_t> extension)
     {
         return Fundix_String_GetFileAndPathW(path, folder, file, extension);
+    }
+
+    static bool begins_with(const std::wstring& text, const wchar_t* start)
+    {
+        return wcsncasecmp(text.c_str(), start, std::wcslen(start)) == 0;
+    }
+
+    static bool convert(const std::string& path, std::wstring& converted)
+    {
+        return widen(path, converted);
     }
 };
 

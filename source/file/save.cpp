@@ -1,5 +1,5 @@
 #include "source/file/folder.h"
-#include "source/file/stream.h"
+#include "source/file/write.h"
 #include "source/operation.h"
 
 namespace mirovan
@@ -7,35 +7,31 @@ namespace mirovan
 namespace
 {
 
-template <class Form>
-bool save_buffer(const typename Form::Char* file, const char* bytes, int length)
+bool save_buffer(const Path& path, const char* bytes, int length)
 {
-    if (file == nullptr || bytes == nullptr || length < 0)
+    if (path.is_null() || bytes == nullptr || length < 0)
         return fail(ERROR_MIROVAN_FILE_SAVE_PARAMETER, EINVAL);
-    PathBuffer native;
-    if (!prepare_target<Form>(file, native, ERROR_MIROVAN_FILE_SAVE_OPEN))
+    if (!prepare_target(path, ERROR_MIROVAN_FILE_SAVE_OPEN))
         return false;
-    const Stream stream = open_for_writing(native);
-    if (!stream || !write_all(stream.get(), {bytes, static_cast<std::size_t>(length)}))
-        return fail(ERROR_MIROVAN_FILE_SAVE_OPEN, errno);
-    return true;
+    Descriptor file = open_for_writing(path.text());
+    return (file && write_all(file.get(), {bytes, static_cast<std::size_t>(length)}) &&
+            file.close()) ||
+           fail(ERROR_MIROVAN_FILE_SAVE_OPEN, errno);
 }
 
 } // namespace
 } // namespace mirovan
 
+using namespace mirovan;
+
 bool CMirovan_File::Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer,
                                                  int nBufLen)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer<NarrowForm>, lpszFile, lpszBuffer,
-                                                   nBufLen);
+    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer, lpszFile, lpszBuffer, nBufLen);
 }
 
 bool CMirovan_File::Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
                                                  int nBufLen)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer<WideForm>, lpwszFile, lpszBuffer,
-                                                   nBufLen);
+    return operation<ERROR_MIROVAN_FILE_SAVE_OPEN>(save_buffer, lpwszFile, lpszBuffer, nBufLen);
 }

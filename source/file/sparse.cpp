@@ -1,5 +1,5 @@
-#include "source/file/path_form.h"
-#include "source/file/stream.h"
+#include "source/file/path.h"
+#include "source/file/write.h"
 #include "source/operation.h"
 
 #include <algorithm>
@@ -30,44 +30,41 @@ std::unique_ptr<char, FreeMemory> make_zeros(std::size_t size)
 }
 
 /// Writes zeros; false when not all of them could be written.
-bool write_zeros(std::FILE* stream, long long size)
+bool write_zeros(int file, long long size)
 {
     const auto block = static_cast<std::size_t>(std::min(size, block_size));
     const auto memory = make_zeros(block);
     const std::string_view zeros{memory.get(), block};
     for (long long left = size; left > 0; left -= block_size)
-        if (!write_all(stream,
-                       zeros.substr(0, static_cast<std::size_t>(std::min(left, block_size)))))
+        if (!write_all(file, zeros.substr(0, static_cast<std::size_t>(std::min(left, block_size)))))
             return false;
     return true;
 }
 
-template <class Form>
-bool create_zero_filled(const typename Form::Char* file, long long size)
+bool create_zero_filled(const Path& path, long long size)
 {
-    if (file == nullptr || size <= 0)
+    if (path.is_null() || size <= 0)
         return fail(ERROR_MIROVAN_FILE_SPARSE_PARAMETER, EINVAL);
-    PathBuffer converted;
-    const char* native = Form::native(file, converted);
-    const Stream stream = native != nullptr ? open_for_writing(native) : nullptr;
-    if (!stream)
+    if (path.error() != 0)
+        return fail(ERROR_MIROVAN_FILE_SPARSE_OPEN, path.error());
+    Descriptor file = open_for_writing(path.text());
+    if (!file)
         return fail(ERROR_MIROVAN_FILE_SPARSE_OPEN, errno);
-    return write_zeros(stream.get(), size) || fail(ERROR_MIROVAN_FILE_SPARSE_WRITE, errno);
+    return (write_zeros(file.get(), size) && file.close()) ||
+           fail(ERROR_MIROVAN_FILE_SPARSE_WRITE, errno);
 }
 
 } // namespace
 } // namespace mirovan
 
+using namespace mirovan;
+
 bool CMirovan_File::Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled<NarrowForm>, lpszFile,
-                                                     nFileSize);
+    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled, lpszFile, nFileSize);
 }
 
 bool CMirovan_File::Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize)
 {
-    using namespace mirovan;
-    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled<WideForm>, lpwszFile,
-                                                     nFileSize);
+    return operation<ERROR_MIROVAN_FILE_SPARSE_OPEN>(create_zero_filled, lpwszFile, nFileSize);
 }

@@ -297,7 +297,7 @@ extern "C"
             EMFILE, ENFILE, ENOMEM, EIO, EINTR)
     FAILING(int, openat, (int folder, const char* path, int flags, mode_t mode),
             (folder, path, flags, mode), EACCES, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS, EIO, EINTR)
-    STAND_IN(int, close, (int file), (file), (real(file), fails(way, -1)), EIO, EINTR)
+    STAND_IN(int, close, (int file), (file), (real(file), fails(way, -1)), EIO, ENOSPC, EDQUOT)
     STAND_IN(ssize_t, read, (int file, void* to, std::size_t size), (file, to, size),
              way == partly ? real(file, to, std::min<std::size_t>(size, 1)) : fails(way, -1L), EIO,
              partly, EINTR)
@@ -324,6 +324,8 @@ extern "C"
             EPERM, EBUSY, EROFS, EIO, ENOMEM)
     FAILING(ssize_t, readlink, (const char* path, char* to, std::size_t size), (path, to, size),
             EACCES, ENOENT, EIO, ENOMEM)
+    FAILING(ssize_t, readlinkat, (int folder, const char* path, char* to, std::size_t size),
+            (folder, path, to, size), EACCES, EIO, ENOMEM)
     NULLING(DIR*, opendir, (const char* path), (path), EACCES, EMFILE, ENOMEM)
     NULLING(DIR*, fdopendir, (int file), (file), ENOMEM)
     NULLING(struct dirent*, readdir, (DIR * folder), (folder), EIO)

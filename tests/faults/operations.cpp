@@ -112,6 +112,7 @@ World::World()
         add_files(wide);
         add_enumerations(wide);
     }
+    add_walk();
     add_hardware();
     add_process_facts();
     add_process_control();
@@ -287,7 +288,7 @@ void World::add_files(bool wide)
         {ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, ERROR_MIROVAN_FILE_SAVE_OPEN}, 0,
         twin("new/deep/saved", Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW, content,
              content_size),
-        [=](Hit) { return is_content("new/deep/saved"); })
+        [=](Hit hit) { return is_content("new/deep/saved") && !was(hit, "close"); })
         .touches = {"new"};
     add("CreateMutilFolder" + form, "file", {ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED}, 0,
         twin("new/one/two", Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW),
@@ -296,7 +297,10 @@ void World::add_files(bool wide)
     add("CreateSparseFile" + form, "file",
         {ERROR_MIROVAN_FILE_SPARSE_OPEN, ERROR_MIROVAN_FILE_SPARSE_WRITE}, 0,
         twin("zeros", Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW, sparse_size),
-        [this](Hit) { return read_file(work_ + "/zeros") == std::string(sparse_size, '\0'); })
+        [this](Hit hit) {
+            return read_file(work_ + "/zeros") == std::string(sparse_size, '\0') &&
+                   !was(hit, "close");
+        })
         .touches = {"zeros"};
     for (const bool root : {false, true})
     {
@@ -334,6 +338,43 @@ void World::add_files(bool wide)
                              copy(file, other, true), [](Hit) { return false; });
     refusal.promised = [=] { return read_file(other) == "another"; };
     refusal.refuses = true;
+}
+
+void World::add_walk()
+{
+    // Allocates nothing: that would count as the library's.
+    const auto take = [](const MIROVAN_WALK_ENTRY* entry, void* context)
+    {
+        auto* const seen = static_cast<Seen*>(context);
+        seen->failed |= entry->nErrno != 0;
+        if (entry->nDepth != 0)
+            seen->paths.at(seen->count++) = std::hash<std::string_view>{}(entry->lpszPath);
+        return static_cast<int>(MIROVAN_WALK_CONTINUE);
+    };
+    Operation& walk = add(
+        "Walk", "enumeration", {ERROR_MIROVAN_FILE_WALK_FAILED}, 0,
+        [=, this, path = work_ + "/tree"]
+        {
+            seen_ = {};
+            const MIROVAN_WALK options = {sizeof options, MIROVAN_WALK_STATUS, 0, 0, nullptr};
+            return Mirovan_File_Walk(path.c_str(), &options, take, &seen_);
+        },
+        [this](Hit)
+        {
+            std::multiset<std::size_t> left;
+            for (const std::string& path : planted_)
+                left.insert(std::hash<std::string_view>{}(path));
+            for (std::size_t i = 0; i < seen_.count; ++i)
+                if (left.erase(seen_.paths.at(i)) == 0 && !seen_.failed)
+                    return false;
+            return seen_.failed || left.empty();
+        });
+    walk.prepare = [this]
+    {
+        plant_tree();
+        fs::create_symlink("nowhere", work_ + "/tree/link");
+        planted_.insert(work_ + "/tree/link");
+    };
 }
 
 std::set<std::string> World::rows(bool wide)

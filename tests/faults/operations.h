@@ -79,6 +79,12 @@ public:
     void release(const Operation& operation);
 
 private:
+    struct Seen
+    {
+        std::array<std::size_t, 64> paths{};
+        std::size_t count = 0;
+        bool failed = false;
+    };
     struct Rows
     {
         void** rows;
@@ -88,6 +94,7 @@ private:
     void add_commands();
     void add_files(bool wide);
     void add_enumerations(bool wide);
+    void add_walk();
     void add_hardware();
     void add_process_facts();
     void add_process_control();
@@ -118,6 +125,7 @@ private:
     Environment language_;
     std::set<std::string> before_;
     std::set<std::string> planted_;
+    Seen seen_;
     std::list<std::string> narrow_list_;
     std::list<std::wstring> wide_list_;
     Room room_;
