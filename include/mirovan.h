@@ -139,6 +139,34 @@
     XX(0x40A3019, ERROR_MIROVAN_PROCESS_EXEC, "The program cannot be started.")                    \
     XX(0x40A3020, ERROR_MIROVAN_PROCESS_SETCPU_FAILED, "The affinity of the thread cannot be set.")
 
+/**
+ * @brief The sentences of codes that join several causes: code, errno (0: any), operation in C++
+ * and Python (empty: any) and sentence. The first entry that matches counts.
+ *
+ * mirovan.hpp and the Python package make their messages of it. It needs <errno.h>.
+ */
+#define MIROVAN_ERROR_CAUSE_MAP(XX)                                                                \
+    XX(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, ENOENT, "", "The file does not exist.")                   \
+    XX(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, 0, "", "The status of the file cannot be read.")          \
+    XX(ERROR_MIROVAN_FILE_SAVE_OPEN, ENOSPC, "", "Not all of the buffer could be written.")        \
+    XX(ERROR_MIROVAN_FILE_SAVE_OPEN, EFBIG, "", "Not all of the buffer could be written.")         \
+    XX(ERROR_MIROVAN_FILE_SAVE_OPEN, EIO, "", "Not all of the buffer could be written.")           \
+    XX(ERROR_MIROVAN_FILE_SAVE_OPEN, 0, "", "The file cannot be opened for writing.")              \
+    XX(ERROR_MIROVAN_FILE_ENUM_NOTDIR, ENOENT, "", "The folder to list does not exist.")           \
+    XX(ERROR_MIROVAN_FILE_ENUM_NOTDIR, ENOTDIR, "", "The path to list is not a folder.")           \
+    XX(ERROR_MIROVAN_FILE_ENUM_NOTDIR, EILSEQ, "", "A name in the folder is not valid UTF-8.")     \
+    XX(ERROR_MIROVAN_FILE_ENUM_NOTDIR, 0, "", "The folder cannot be read.")                        \
+    XX(ERROR_MIROVAN_HARDWARE_PARAMETER, EINVAL, "",                                               \
+       "A required argument of a hardware query is missing.")                                      \
+    XX(ERROR_MIROVAN_HARDWARE_PARAMETER, 0, "", "The report of the system cannot be read.")        \
+    XX(ERROR_MIROVAN_PROCESS_ACCESS, 0, "output", "The command cannot be run.")                    \
+    XX(ERROR_MIROVAN_PROCESS_ACCESS, 0, "cpu_load", "The command cannot be run.")                  \
+    XX(ERROR_MIROVAN_PROCESS_ACCESS, 0, "", "The process cannot be accessed.")                     \
+    XX(ERROR_MIROVAN_PROCESS_GET_FAILED, 0, "affinity_tag",                                        \
+       "The affinity tag of the thread cannot be read.")                                           \
+    XX(ERROR_MIROVAN_PROCESS_GET_FAILED, 0, "", "The path of the program cannot be read.")         \
+    XX(ERROR_MIROVAN_PROCESS_INFO_FAILED, ESRCH, "", "The process does not exist.")
+
 /** The error codes as constants; ::MIROVAN_ERROR_MAP has a sentence for each. */
 enum Mirovan_ErrorCode
 #ifdef __cplusplus

@@ -2,9 +2,9 @@
  * @file mirovan.hpp
  * @brief The operations of mirovan.h for C++20: values come back, failures are thrown or reported.
  *
- * Each function is one call of the C interface, whose header says what it does. Every function
- * takes a std::error_code as its last argument: given one, it reports into it and returns an empty
- * value; without one it throws mirovan::error. It reports the calling thread's own error, so it is
+ * Each function is one call of the C interface, whose header says what it does. A function
+ * that can fail takes a std::error_code as its last argument: given one, it reports into it and
+ * returns an empty value; without one it throws mirovan::error. It reports the calling thread's own error, so it is
  * right in programs with threads.
  *
  * @code
@@ -21,6 +21,7 @@
 
 #include "mirovan.h"
 
+#include <cerrno>
 #include <chrono>
 #include <compare>
 #include <cstdint>
@@ -29,6 +30,7 @@
 #include <iterator>
 #include <limits>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -40,7 +42,7 @@ namespace mirovan
 {
 
 /** The category of the library's error codes. */
-inline const std::error_category& error_category() noexcept
+MIROVAN_API inline const std::error_category& error_category() noexcept
 {
     class Category final : public std::error_category
     {
@@ -54,21 +56,67 @@ inline const std::error_category& error_category() noexcept
     return category;
 }
 
-/** A failure: its code, and beside it the errno of the system call behind it. */
-class error : public std::system_error
+/**
+ * A failure: its code, and beside it the errno of the system call behind it. The message has the
+ * operation, the path or process id, a sentence and the system's own message, in that order.
+ */
+class MIROVAN_API error : public std::system_error
 {
 public:
-    /** A failure of an operation, with the errno behind it. */
-    error(std::error_code code, int system_errno, const char* operation)
-        : std::system_error(code, operation), system_(system_errno, std::generic_category())
+    /** A failure of an operation, with the errno behind it, and on what it failed. */
+    error(std::error_code code, int system_errno, std::string_view operation,
+          std::string_view subject = {})
+        : std::system_error(code), system_(system_errno, std::generic_category()),
+          message_(compose(code, system_, operation, subject))
     {
     }
+
+    /** Operation, path or id, sentence and the system's message. */
+    [[nodiscard]] const char* what() const noexcept override { return message_.what(); }
 
     /** Why the system refused. */
     [[nodiscard]] const std::error_code& system() const noexcept { return system_; }
 
 private:
+    static std::string compose(std::error_code code, std::error_code system,
+                               std::string_view operation, std::string_view subject)
+    {
+        std::string sentence = code.message();
+        if (const auto name_end = sentence.find(": "); name_end != std::string::npos)
+            sentence.erase(0, name_end + 2);
+        struct
+        {
+            uint64_t code;
+            int reason;
+            std::string_view operation;
+            const char* sentence;
+        } constexpr causes[] = {
+/** @cond internal */
+#define MIROVAN_ERROR_CAUSE(code, reason, operation, sentence) {code, reason, operation, sentence},
+            MIROVAN_ERROR_CAUSE_MAP(MIROVAN_ERROR_CAUSE)
+#undef MIROVAN_ERROR_CAUSE
+            /** @endcond */
+        };
+        for (const auto& cause : causes)
+            if (static_cast<int>(cause.code) == code.value() &&
+                (cause.reason == 0 || cause.reason == system.value()) &&
+                (cause.operation.empty() || cause.operation == operation))
+            {
+                sentence = cause.sentence;
+                break;
+            }
+        sentence.erase(sentence.find_last_not_of('.') + 1);
+        std::string message{operation};
+        if (!subject.empty())
+            message.append(": ").append(subject);
+        message.append(": ").append(sentence);
+        if (system)
+            message.append(": ").append(system.message());
+        return message;
+    }
+
     std::error_code system_;
+    std::runtime_error message_; // copies without throwing, as an exception must
 };
 
 /** Stands for "throw" where a function takes a std::error_code. */
@@ -100,6 +148,26 @@ public:
         return wide(std::get<std::wstring>(path_).c_str(), arguments...);
     }
 
+    /** The path in UTF-8, for messages. */
+    [[nodiscard]] std::string text() const
+    {
+        if (const auto* text = std::get_if<std::string>(&path_))
+            return *text;
+        std::string text;
+        for (const wchar_t character : std::get<std::wstring>(path_))
+        {
+            const auto value = static_cast<char32_t>(character);
+            const int further = value < 0x80 ? 0 : value < 0x800 ? 1 : value < 0x10000 ? 2 : 3;
+            constexpr unsigned marks[] = {0, 0xC0, 0xE0, 0xF0};
+            text +=
+                static_cast<char>(marks[further] | value >> 6U * static_cast<unsigned>(further));
+            for (int at = further - 1; at >= 0; --at)
+                text +=
+                    static_cast<char>(0x80U | (value >> 6U * static_cast<unsigned>(at) & 0x3FU));
+        }
+        return text;
+    }
+
 private:
     std::variant<std::string, std::wstring> path_;
 };
@@ -108,8 +176,18 @@ private:
 namespace detail
 {
 
-/** Reports the outcome of a call; true when it succeeded. */
-inline bool report(bool succeeded, std::error_code& ec, const char* operation)
+inline std::string subject(const path_argument& path)
+{
+    return path.text();
+}
+inline std::string subject(int id)
+{
+    return id == 0 ? std::string{} : std::to_string(id);
+}
+
+/** Reports the outcome of a call; true when it succeeded. Further: what it failed on. */
+template <class... Subject>
+bool report(bool succeeded, std::error_code& ec, const char* operation, const Subject&... on)
 {
     int system_errno = 0;
     const uint64_t code = Mirovan_GetThreadError(nullptr, &system_errno);
@@ -119,7 +197,7 @@ inline bool report(bool succeeded, std::error_code& ec, const char* operation)
     if (&ec != &throws)
         ec = outcome;
     else if (!succeeded)
-        throw error(outcome, system_errno, operation);
+        throw error(outcome, system_errno, operation, (std::string{} + ... + subject(on)));
     return succeeded;
 }
 
@@ -228,7 +306,7 @@ inline attributes_record attributes(const path_argument& path, std::error_code& 
 {
     MIROVAN_FILE_ATTR record{};
     if (!detail::report(path.call(Mirovan_File_GetFileAttrA, Mirovan_File_GetFileAttrW, &record),
-                        ec, "attributes"))
+                        ec, "attributes", path))
         return {};
     const auto time = [](int64_t seconds)
     { return std::chrono::sys_seconds{std::chrono::seconds{seconds}}; };
@@ -245,7 +323,7 @@ inline attributes_record attributes(const path_argument& path, std::error_code& 
 inline void create_folders(const path_argument& path, std::error_code& ec = throws)
 {
     detail::report(path.call(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW), ec,
-                   "create_folders");
+                   "create_folders", path);
 }
 
 /** See Mirovan_File_DeleteMutilFolderA(). */
@@ -253,7 +331,7 @@ inline void delete_folder(const path_argument& path, std::error_code& ec = throw
 {
     detail::report(
         path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, true), ec,
-        "delete_folder");
+        "delete_folder", path);
 }
 
 /** Deletes what is in a folder and keeps it; see Mirovan_File_DeleteMutilFolderA(). */
@@ -261,7 +339,7 @@ inline void empty_folder(const path_argument& path, std::error_code& ec = throws
 {
     detail::report(
         path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, false), ec,
-        "empty_folder");
+        "empty_folder", path);
 }
 
 /** See Mirovan_File_SaveBuffToFileA(); at most 2 GiB less one byte. */
@@ -272,7 +350,7 @@ inline void save(const path_argument& path, std::string_view content, std::error
     const int length = fits ? static_cast<int>(content.size()) : -1;
     detail::report(path.call(Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW,
                              content.empty() ? "" : content.data(), length),
-                   ec, "save");
+                   ec, "save", path);
 }
 
 /** See Mirovan_File_CreateSparseFileA(). */
@@ -281,7 +359,7 @@ inline void create_zero_filled(const path_argument& path, std::int64_t size,
 {
     detail::report(path.call(Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW,
                              static_cast<long long>(size)),
-                   ec, "create_zero_filled");
+                   ec, "create_zero_filled", path);
 }
 
 /** What copy() does with a destination that exists. */
@@ -297,7 +375,7 @@ inline void copy(const std::filesystem::path& from, const std::filesystem::path&
 {
     detail::report(
         Mirovan_File_CopyFileA(from.c_str(), to.c_str(), destination == existing::refuse), ec,
-        "copy");
+        "copy", from, " to ", to);
 }
 
 /** See Mirovan_File_CopyFileW(). */
@@ -306,7 +384,7 @@ inline void copy(const std::wstring& from, const std::wstring& to,
 {
     detail::report(
         Mirovan_File_CopyFileW(from.c_str(), to.c_str(), destination == existing::refuse), ec,
-        "copy");
+        "copy", from, " to ", to);
 }
 
 /** What list() lists. */
@@ -338,7 +416,7 @@ inline path_list list(const std::filesystem::path& folder_or_pattern, kind what 
                                how_deep == depth::whole_tree, static_cast<int>(what));
     const bool empty =
         !found && Mirovan_GetThreadError(nullptr, nullptr) == ERROR_MIROVAN_FILE_ENUM_EMPTY;
-    detail::report(found || empty, ec, "list");
+    detail::report(found || empty, ec, "list", folder_or_pattern);
     return {table, found ? count : 0};
 }
 
@@ -370,7 +448,8 @@ struct volume_record
 inline volume_record volume(const std::filesystem::path& path, std::error_code& ec = throws)
 {
     tag_Mirovan_Disk_Information record{};
-    detail::report(Mirovan_HardWare_GetDiskInfomation(path.c_str(), &record, 1), ec, "volume");
+    detail::report(Mirovan_HardWare_GetDiskInfomation(path.c_str(), &record, 1), ec, "volume",
+                   path);
     return {static_cast<file_system>(record.nFileSystem), record.nDiskTotal, record.nDiskFree};
 }
 
@@ -448,7 +527,7 @@ inline std::string output(const std::string& command, lines selection = {},
     };
     detail::report(Mirovan_Process_ReadCmdLines(command.c_str(), selection.count, selection.first,
                                                 append, &text),
-                   ec, "output");
+                   ec, "output", command);
     return text;
 }
 
@@ -469,7 +548,7 @@ struct info_record
 inline info_record info(int id, std::error_code& ec = throws)
 {
     tag_Mirovan_Process_Infomation record{};
-    if (!detail::report(Mirovan_Process_GetProcessInfo(&record, nullptr, id), ec, "info"))
+    if (!detail::report(Mirovan_Process_GetProcessInfo(&record, nullptr, id), ec, "info", id))
         return {};
     return {record.nProcessId,
             record.nThreadCount,
@@ -485,7 +564,7 @@ inline info_record info(int id, std::error_code& ec = throws)
 inline int cpu_usage(int id = 0, std::error_code& ec = throws)
 {
     int usage = 0;
-    detail::report(Mirovan_Process_GetProcessCpuUsage(&usage, id), ec, "cpu_usage");
+    detail::report(Mirovan_Process_GetProcessCpuUsage(&usage, id), ec, "cpu_usage", id);
     return usage;
 }
 
@@ -493,7 +572,7 @@ inline int cpu_usage(int id = 0, std::error_code& ec = throws)
 inline std::chrono::local_seconds start_time(int id = 0, std::error_code& ec = throws)
 {
     TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
-    detail::report(Mirovan_Process_GetUpTime(&time, id), ec, "start_time");
+    detail::report(Mirovan_Process_GetUpTime(&time, id), ec, "start_time", id);
     return detail::local(time);
 }
 
@@ -501,7 +580,7 @@ inline std::chrono::local_seconds start_time(int id = 0, std::error_code& ec = t
 inline std::filesystem::path path(int id = 0, std::error_code& ec = throws)
 {
     char buffer[MIROVAN_PATH_SIZE] = "";
-    detail::report(Mirovan_Process_GetPath(buffer, id), ec, "path");
+    detail::report(Mirovan_Process_GetPath(buffer, id), ec, "path", id);
     return buffer;
 }
 
@@ -515,26 +594,26 @@ inline bool is_admin()
 inline int priority(int id = 0, std::error_code& ec = throws)
 {
     int value = 0;
-    detail::report(Mirovan_Process_GetPriority(&value, id), ec, "priority");
+    detail::report(Mirovan_Process_GetPriority(&value, id), ec, "priority", id);
     return value;
 }
 
 /** See Mirovan_Process_SetPriority(). */
 inline void set_priority(int value, int id = 0, std::error_code& ec = throws)
 {
-    detail::report(Mirovan_Process_SetPriority(value, id), ec, "set_priority");
+    detail::report(Mirovan_Process_SetPriority(value, id), ec, "set_priority", id);
 }
 
 /** Interrupts a process and waits for it when it is a child; see Mirovan_Process_Stop(). */
 inline void stop(int id, std::error_code& ec = throws)
 {
-    detail::report(Mirovan_Process_Stop(nullptr, id, false), ec, "stop");
+    detail::report(Mirovan_Process_Stop(nullptr, id, false), ec, "stop", id);
 }
 
 /** The same for the first process whose line in the process list matches a grep pattern. */
 inline void stop_matching(const std::string& pattern, std::error_code& ec = throws)
 {
-    detail::report(Mirovan_Process_Stop(pattern.c_str(), 0, false), ec, "stop_matching");
+    detail::report(Mirovan_Process_Stop(pattern.c_str(), 0, false), ec, "stop_matching", pattern);
 }
 
 /** Starts a program with an empty environment; see Mirovan_Process_CreateProcess(). */
@@ -543,7 +622,7 @@ inline int create(const std::filesystem::path& program, const std::string& argum
 {
     unsigned long id = 0;
     detail::report(Mirovan_Process_CreateProcess(&id, program.c_str(), arguments.c_str(), false),
-                   ec, "create");
+                   ec, "create", program);
     return static_cast<int>(id);
 }
 
@@ -553,7 +632,7 @@ inline int run(const std::filesystem::path& program, const std::string& name,
 {
     unsigned long id = 0;
     detail::report(Mirovan_Process_RunProcess(&id, program.c_str(), name.c_str(), argument, false),
-                   ec, "run");
+                   ec, "run", program);
     return static_cast<int>(id);
 }
 
@@ -713,7 +792,7 @@ inline void run(const std::string& command, std::chrono::seconds limit,
     detail::report(Mirovan_System_SystemEx(command.c_str(), seconds.count() > 0
                                                                 ? static_cast<int>(seconds.count())
                                                                 : 0),
-                   ec, "run");
+                   ec, "run", command);
 }
 
 } // namespace system

@@ -25,13 +25,15 @@ TEST(CxxHeader, FailuresAreThrownOrReported)
     EXPECT_FALSE(code);
     try
     {
-        file::attributes(L"/nonexistent-mirovan");
+        file::attributes(L"/nonexistent-\u20ac");
         FAIL() << "nothing was thrown";
     }
     catch (const error& thrown)
     {
         EXPECT_EQ(thrown.code(), ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
         EXPECT_EQ(thrown.system(), std::errc::no_such_file_or_directory);
+        EXPECT_STREQ(thrown.what(), "attributes: /nonexistent-\u20ac: The file does not exist: "
+                                    "No such file or directory");
     }
     EXPECT_FALSE(throws);
 }

@@ -52,6 +52,12 @@ def error_codes(text: str) -> List[Tuple[str, str, str]]:
             for value, name, sentence in entries]
 
 
+def error_causes(text: str) -> List[Tuple[str, str, str, str]]:
+    """Constant, errno, operation and sentence of every cause that is told apart."""
+    return re.findall(r'\bXX\((\w+),\s+(\w+),\s+"(\w*)",\s+"([^"]*)"\)',
+                      text.replace("\\\n", "\n"))
+
+
 def overview(text: str) -> List[Tuple[str, str]]:
     """The headed parts of the comment that opens the header; the first one has no heading."""
     lines = [strip_line(line) for line in text[:text.index("*/")].splitlines()[1:]]

@@ -2,16 +2,19 @@
 
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import os
+import subprocess
 import sys
 from ctypes import POINTER, Structure, byref, c_bool, c_char, c_char_p, c_int, c_int32, c_int64
 from ctypes import c_long, c_longlong, c_uint32, c_uint64, c_ulong, c_void_p
 from datetime import datetime
+from errno import errorcode
 from pathlib import Path
-from typing import Any, List, Union
+from typing import Any, Iterator, List, Union
 
-from .codes import ErrorCode
+from .codes import CAUSES, ErrorCode
 
 PathLike = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
@@ -52,6 +55,7 @@ class Memory(Structure):
 class LocalTime(Structure):
     _fields_ = [("year", c_int32), ("month", c_int32), ("day", c_int32), ("hour", c_int32),
                 ("minute", c_int32), ("second", c_int32)]
+
 
 class Int(c_int):
     """An int parameter; ctypes itself would cut a number that does not fit."""
@@ -125,62 +129,95 @@ RESULTS = {
 }
 
 
+def _places(name: str) -> Iterator[str]:
+    """Where the library may be, the likeliest place first."""
+    chosen = os.environ.get("MIROVAN_LIBRARY")
+    if chosen:
+        yield chosen
+        return
+    yield name  # as the loader finds it
+    yield str(Path(__file__).with_name(name))
+    with contextlib.suppress(OSError, subprocess.SubprocessError):
+        folder = subprocess.run(["pkg-config", "--variable=libdir", "mirovan"], check=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+        yield os.path.join(os.fsdecode(folder.strip()), name)
+    for prefix in (sys.prefix, "/usr/local", "/opt/homebrew", os.path.expanduser("~/.local"),
+                   os.path.expanduser("~/mirovan")):
+        yield os.path.join(prefix, "lib", name)
+
+
 def _load() -> ctypes.CDLL:
     name = "libmirovan.1.dylib" if sys.platform == "darwin" else "libmirovan.so.1"
-    beside = Path(__file__).with_name(name)
-    chosen = os.environ.get("MIROVAN_LIBRARY") or (str(beside) if beside.exists() else name)
-    try:
-        library = ctypes.CDLL(chosen)
-    except OSError as reason:
-        raise ImportError(f"{reason}; set MIROVAN_LIBRARY to the path of {name}") from None
-    for function, parameters in PARAMETERS.items():
-        getattr(library, function).argtypes = parameters
-        getattr(library, function).restype = RESULTS.get(function, c_bool)
-    return library
+    tried = []
+    for place in _places(name):
+        try:
+            library = ctypes.CDLL(place)
+            for function, parameters in PARAMETERS.items():
+                getattr(library, function).argtypes = parameters
+                getattr(library, function).restype = RESULTS.get(function, c_bool)
+            return library
+        except (OSError, AttributeError) as reason:  # not there, or too old
+            tried.append(f"  {place}: {reason}")
+    raise ImportError("\n".join(["the library of mirovan was not found; tried:", *tried,
+                                 "MIROVAN_LIBRARY may name its file"]))
 
 
 library = _load()
 
 
 class Error(Exception):
-    """A failed operation: its code, the code's name and sentence, and the errno behind it."""
+    """A failed operation: its code, the code's name and sentence, and the errno behind it.
+
+    The message has the operation, what it failed on, the sentence and the system's own message.
+    """
 
     code: int
     name: str
     text: str
     errno: int
+    operation: str
+    subject: str
 
-    def __init__(self, code: int, errno: int) -> None:
-        super().__init__(code, errno)
+    def __init__(self, code: int, errno: int, operation: str = "", subject: str = "") -> None:
+        super().__init__(code, errno, operation, subject)
         # A library newer than this package may have codes of its own.
         self.code = ErrorCode(code) if code in set(ErrorCode) else code
         self.errno = errno
+        self.operation = operation
+        self.subject = subject
         name_and_text = library.Mirovan_GetErrorText(code).decode()
         self.name, _, self.text = name_and_text.partition(": ")
+        for cause, reason, of, sentence in CAUSES:
+            if cause == code and reason in ("0", errorcode.get(errno)) and of in ("", operation):
+                self.text = sentence
+                break
 
     def __str__(self) -> str:
-        reason = f" ({os.strerror(self.errno)})" if self.errno else ""
-        return f"{self.name}: {self.text}{reason}"
+        reason = os.strerror(self.errno) if self.errno else ""
+        parts = (self.operation, self.subject, self.text.rstrip("."), reason)
+        return ": ".join(part for part in parts if part)
 
 
-def call(function: str, *arguments: Any) -> None:
-    """Calls a function and raises what went wrong in it on this thread."""
+def call(operation: str, subject: Any, function: str, *arguments: Any) -> None:
+    """Calls a function and raises what went wrong in it, with what it was called on."""
     if not getattr(library, function)(*arguments):
         errno = c_int()
-        raise Error(library.Mirovan_GetThreadError(None, byref(errno)), errno.value)
+        code = library.Mirovan_GetThreadError(None, byref(errno))
+        text = str(subject or "") if isinstance(subject, int) else os.fsdecode(subject)
+        raise Error(code, errno.value, operation, text)
 
 
-def number(function: str, *further: Any) -> int:
+def number(operation: str, subject: Any, function: str, *further: Any) -> int:
     """What a function puts into the int that its first argument points to."""
     value = c_int()
-    call(function, byref(value), *further)
+    call(operation, subject, function, byref(value), *further)
     return value.value
 
 
-def local_time(function: str, *further: Any) -> datetime:
+def local_time(subject: Any, function: str, *further: Any) -> datetime:
     """The same for a calendar time."""
     time = LocalTime()
-    call(function, byref(time), *further)
+    call("start_time", subject, function, byref(time), *further)
     # A leap second, which datetime does not know, counts as the second before it.
     return datetime(time.year, time.month, time.day, time.hour, time.minute, min(time.second, 59))
 

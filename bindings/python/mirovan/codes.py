@@ -50,3 +50,44 @@ class ErrorCode(IntEnum):
     PROCESS_FORK = 0x40A3018
     PROCESS_EXEC = 0x40A3019
     PROCESS_SETCPU_FAILED = 0x40A3020
+
+
+# The sentences of codes that join several causes: code, name of errno, operation, sentence.
+CAUSES = [
+    (ErrorCode.FILE_ATTR_NOTFOUND, "ENOENT", "",
+     "The file does not exist."),
+    (ErrorCode.FILE_ATTR_NOTFOUND, "0", "",
+     "The status of the file cannot be read."),
+    (ErrorCode.FILE_SAVE_OPEN, "ENOSPC", "",
+     "Not all of the buffer could be written."),
+    (ErrorCode.FILE_SAVE_OPEN, "EFBIG", "",
+     "Not all of the buffer could be written."),
+    (ErrorCode.FILE_SAVE_OPEN, "EIO", "",
+     "Not all of the buffer could be written."),
+    (ErrorCode.FILE_SAVE_OPEN, "0", "",
+     "The file cannot be opened for writing."),
+    (ErrorCode.FILE_ENUM_NOTDIR, "ENOENT", "",
+     "The folder to list does not exist."),
+    (ErrorCode.FILE_ENUM_NOTDIR, "ENOTDIR", "",
+     "The path to list is not a folder."),
+    (ErrorCode.FILE_ENUM_NOTDIR, "EILSEQ", "",
+     "A name in the folder is not valid UTF-8."),
+    (ErrorCode.FILE_ENUM_NOTDIR, "0", "",
+     "The folder cannot be read."),
+    (ErrorCode.HARDWARE_PARAMETER, "EINVAL", "",
+     "A required argument of a hardware query is missing."),
+    (ErrorCode.HARDWARE_PARAMETER, "0", "",
+     "The report of the system cannot be read."),
+    (ErrorCode.PROCESS_ACCESS, "0", "output",
+     "The command cannot be run."),
+    (ErrorCode.PROCESS_ACCESS, "0", "cpu_load",
+     "The command cannot be run."),
+    (ErrorCode.PROCESS_ACCESS, "0", "",
+     "The process cannot be accessed."),
+    (ErrorCode.PROCESS_GET_FAILED, "0", "affinity_tag",
+     "The affinity tag of the thread cannot be read."),
+    (ErrorCode.PROCESS_GET_FAILED, "0", "",
+     "The path of the program cannot be read."),
+    (ErrorCode.PROCESS_INFO_FAILED, "ESRCH", "",
+     "The process does not exist."),
+]

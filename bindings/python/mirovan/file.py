@@ -37,7 +37,7 @@ class Kind(IntEnum):
 def attributes(path: PathLike) -> Attributes:
     """What the file system knows of a file or folder; links are followed."""
     record = _native.FileAttributes()
-    call("Mirovan_File_GetFileAttrA", encode(path), byref(record))
+    call("attributes", path, "Mirovan_File_GetFileAttrA", encode(path), byref(record))
 
     def time(seconds: int) -> datetime:
         return datetime.fromtimestamp(seconds, timezone.utc)
@@ -48,17 +48,17 @@ def attributes(path: PathLike) -> Attributes:
 
 def create_folders(path: PathLike) -> None:
     """Makes sure that a folder exists, and every folder above it."""
-    call("Mirovan_File_CreateMutilFolderA", encode(path))
+    call("create_folders", path, "Mirovan_File_CreateMutilFolderA", encode(path))
 
 
 def delete_folder(path: PathLike) -> None:
     """Deletes a folder and all that is in it; links are removed, never followed."""
-    call("Mirovan_File_DeleteMutilFolderA", encode(path), True)
+    call("delete_folder", path, "Mirovan_File_DeleteMutilFolderA", encode(path), True)
 
 
 def empty_folder(path: PathLike) -> None:
     """Deletes what is in a folder and keeps the folder."""
-    call("Mirovan_File_DeleteMutilFolderA", encode(path), False)
+    call("empty_folder", path, "Mirovan_File_DeleteMutilFolderA", encode(path), False)
 
 
 def save(path: PathLike, content: Union[bytes, bytearray, memoryview]) -> None:
@@ -66,17 +66,18 @@ def save(path: PathLike, content: Union[bytes, bytearray, memoryview]) -> None:
     data = bytes(content)
     if len(data) > 0x7FFFFFFF:
         raise OverflowError("more bytes than one file can be saved with")
-    call("Mirovan_File_SaveBuffToFileA", encode(path), data, len(data))
+    call("save", path, "Mirovan_File_SaveBuffToFileA", encode(path), data, len(data))
 
 
 def create_zero_filled(path: PathLike, size: int) -> None:
     """Makes a file of zero bytes, each of them written."""
-    call("Mirovan_File_CreateSparseFileA", encode(path), size)
+    call("create_zero_filled", path, "Mirovan_File_CreateSparseFileA", encode(path), size)
 
 
 def copy(source: PathLike, destination: PathLike, *, replace: bool = True) -> None:
     """Copies content and permission bits; makes the folder of the destination."""
-    call("Mirovan_File_CopyFileA", encode(source), encode(destination), not replace)
+    paths = encode(source), encode(destination)
+    call("copy", b" to ".join(paths), "Mirovan_File_CopyFileA", *paths, not replace)
 
 
 def list(folder_or_pattern: PathLike, kind: Kind = Kind.FILES, *,
@@ -87,8 +88,8 @@ def list(folder_or_pattern: PathLike, kind: Kind = Kind.FILES, *,
     """
     rows, count = _native.Rows(), c_int()
     try:
-        call("Mirovan_File_EnumFileA", encode(folder_or_pattern), byref(rows), byref(count),
-             recurse, kind)
+        call("list", folder_or_pattern, "Mirovan_File_EnumFileA", encode(folder_or_pattern),
+             byref(rows), byref(count), recurse, kind)
     except _native.Error as error:
         if error.code != ErrorCode.FILE_ENUM_EMPTY:
             raise

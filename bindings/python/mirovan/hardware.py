@@ -55,21 +55,21 @@ class Serials:
 def volume(path: PathLike) -> Volume:
     """The volume that holds a path."""
     record = _native.Disk()
-    call("Mirovan_HardWare_GetDiskInfomation", encode(path), byref(record), 1)
+    call("volume", path, "Mirovan_HardWare_GetDiskInfomation", encode(path), byref(record), 1)
     return Volume(FileSystem(record.kind), record.total, record.free)
 
 
 def volume_names() -> List[str]:
     """Names of the writable volumes; on macOS this takes seconds."""
     rows, count = _native.Rows(), c_int()
-    call("Mirovan_HardWare_GetDiskNumber", byref(rows), byref(count))
+    call("volume_names", "", "Mirovan_HardWare_GetDiskNumber", byref(rows), byref(count))
     return _native.take_rows(rows, count.value)
 
 
 def processor() -> Processor:
     """Name, model and counts; on macOS this takes seconds."""
     record = _native.Cpu()
-    call("Mirovan_HardWare_GetCpuInfomation", byref(record))
+    call("processor", "", "Mirovan_HardWare_GetCpuInfomation", byref(record))
     return Processor(os.fsdecode(record.name), os.fsdecode(record.model), record.megahertz,
                      record.online, record.threads)
 
@@ -77,6 +77,6 @@ def processor() -> Processor:
 def serials() -> Serials:
     """Identifiers of the machine, from four commands."""
     record = _native.Serials()
-    call("Mirovan_HardWare_GetSerial", byref(record))
+    call("serials", "", "Mirovan_HardWare_GetSerial", byref(record))
     return Serials(*(os.fsdecode(text).rstrip("\n") for text in (
         record.platform, record.system, record.volume_uuid, record.hardware_uuid)))

@@ -46,7 +46,7 @@ def each_piece(command: Command, receive: Callable[[bytes], Any], *, count: int 
             return False
 
     try:
-        call("Mirovan_Process_ReadCmdLines", encode(command), count, first,
+        call("output", command, "Mirovan_Process_ReadCmdLines", encode(command), count, first,
              _native.ReceivePiece(hand_over), None)
     finally:
         if raised:
@@ -68,7 +68,7 @@ def output(command: Command, *, count: int = 0, first: int = 1) -> str:
 def info(id: int = 0) -> Info:
     """A snapshot of a process."""
     record = _native.ProcessInfo()
-    call("Mirovan_Process_GetProcessInfo", byref(record), None, id or os.getpid())
+    call("info", id, "Mirovan_Process_GetProcessInfo", byref(record), None, id or os.getpid())
     return Info(record.id, record.threads, os.fsdecode(record.name), os.fsdecode(record.user),
                 record.state == 0, record.virtual_size * 4, record.resident_size * 4,
                 record.page_ins)
@@ -76,18 +76,18 @@ def info(id: int = 0) -> Info:
 
 def cpu_usage(id: int = 0) -> int:
     """The usage of a process in thousandths of a processor."""
-    return number("Mirovan_Process_GetProcessCpuUsage", id)
+    return number("cpu_usage", id, "Mirovan_Process_GetProcessCpuUsage", id)
 
 
 def start_time(id: int = 0) -> datetime:
     """When a process started, in local time."""
-    return local_time("Mirovan_Process_GetUpTime", id)
+    return local_time(id, "Mirovan_Process_GetUpTime", id)
 
 
 def path(id: int = 0) -> str:
     """Full path of the program that a process runs."""
     buffer = create_string_buffer(_native.PATH_SIZE)
-    call("Mirovan_Process_GetPath", buffer, id)
+    call("path", id, "Mirovan_Process_GetPath", buffer, id)
     return os.fsdecode(buffer.value)
 
 
@@ -98,35 +98,36 @@ def is_admin() -> bool:
 
 def priority(id: int = 0) -> int:
     """The nice value of a process."""
-    return number("Mirovan_Process_GetPriority", id)
+    return number("priority", id, "Mirovan_Process_GetPriority", id)
 
 
 def set_priority(value: int, id: int = 0) -> None:
     """Sets the nice value of a process, -20 to 20."""
-    call("Mirovan_Process_SetPriority", value, id)
+    call("set_priority", id, "Mirovan_Process_SetPriority", value, id)
 
 
 def stop(id: int) -> None:
     """Interrupts a process, and waits for its end when it is a child of this one."""
-    call("Mirovan_Process_Stop", None, id, False)
+    call("stop", id, "Mirovan_Process_Stop", None, id, False)
 
 
 def stop_matching(pattern: str) -> None:
     """Interrupts the first process whose line in the process list matches a grep pattern."""
-    call("Mirovan_Process_Stop", encode(pattern), 0, False)
+    call("stop_matching", pattern, "Mirovan_Process_Stop", encode(pattern), 0, False)
 
 
 def create(program: PathLike, arguments: str = "") -> int:
     """Starts a program with arguments separated by blanks and an empty environment; its id."""
     id = c_ulong()
-    call("Mirovan_Process_CreateProcess", byref(id), encode(program), encode(arguments), False)
+    call("create", program, "Mirovan_Process_CreateProcess", byref(id), encode(program),
+         encode(arguments), False)
     return id.value
 
 
 def run(program: PathLike, name: str, argument: Optional[str] = None) -> int:
     """Starts a program with this environment; `name` becomes its argument zero. Its id."""
     id = c_ulong()
-    call("Mirovan_Process_RunProcess", byref(id), encode(program), encode(name),
+    call("run", program, "Mirovan_Process_RunProcess", byref(id), encode(program), encode(name),
          None if argument is None else encode(argument), False)
     return id.value
 
@@ -134,10 +135,12 @@ def run(program: PathLike, name: str, argument: Optional[str] = None) -> int:
 def affinity_tag(thread: Optional[int] = None) -> int:
     """The affinity tag of a thread (its `ident`), or of the calling one."""
     tag = c_long()
-    call("Mirovan_Process_GetProcessForCpu", thread or threading.get_ident(), byref(tag))
+    call("affinity_tag", "", "Mirovan_Process_GetProcessForCpu",
+         thread or threading.get_ident(), byref(tag))
     return tag.value
 
 
 def set_affinity_tag(tag: int, thread: Optional[int] = None) -> None:
     """Threads of one tag are asked to share a cache; 0 is no affinity."""
-    call("Mirovan_Process_SetProcessForCpu", thread or threading.get_ident(), tag)
+    call("set_affinity_tag", "", "Mirovan_Process_SetProcessForCpu",
+         thread or threading.get_ident(), tag)

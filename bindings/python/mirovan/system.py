@@ -56,7 +56,7 @@ def version() -> Version:
     """Name and release of the system."""
     name, release, code_name = (create_string_buffer(size) for size in (256, 256, 8))
     type = c_ulong()
-    call("Mirovan_System_GetSystemVer", name, release, code_name, byref(type), None)
+    call("version", "", "Mirovan_System_GetSystemVer", name, release, code_name, byref(type), None)
     return Version(os.fsdecode(name.value), os.fsdecode(release.value),
                    os.fsdecode(code_name.value), type.value)
 
@@ -64,50 +64,50 @@ def version() -> Version:
 def user_name() -> str:
     """Login name of the effective user; empty without an account."""
     name = create_string_buffer(_native.PATH_SIZE)
-    call("Mirovan_System_GetSysName", name, None)
+    call("user_name", "", "Mirovan_System_GetSysName", name, None)
     return os.fsdecode(name.value)
 
 
 def host_name() -> str:
     """Name of this host."""
     name = create_string_buffer(_native.PATH_SIZE)
-    call("Mirovan_System_GetSysName", None, name)
+    call("host_name", "", "Mirovan_System_GetSysName", None, name)
     return os.fsdecode(name.value)
 
 
 def memory() -> Memory:
     """Physical memory and what of it is free."""
     record = _native.Memory()
-    call("Mirovan_System_GetMemoryUsage", byref(record), 1)
+    call("memory", "", "Mirovan_System_GetMemoryUsage", byref(record), 1)
     return Memory(record.total, record.free, record.free_percent)
 
 
 def cpu_load() -> int:
     """Load of all processes together, in percent of one processor."""
-    return number("Mirovan_System_GetCpuUsage")
+    return number("cpu_load", "", "Mirovan_System_GetCpuUsage")
 
 
 def idle_percent() -> int:
     """Share of the time since the start that the processors were idle."""
     percent = c_ulong()
-    call("Mirovan_System_GetSysIdleTime", byref(percent))
+    call("idle_percent", "", "Mirovan_System_GetSysIdleTime", byref(percent))
     return percent.value
 
 
 def start_time() -> datetime:
     """When the system started, in local time."""
-    return local_time("Mirovan_System_GetUpTime")
+    return local_time("", "Mirovan_System_GetUpTime")
 
 
 def processor_count() -> int:
     """Number of processors."""
-    return number("Mirovan_System_GetProcessCount")
+    return number("processor_count", "", "Mirovan_System_GetProcessCount")
 
 
 def screen() -> Screen:
     """Size of the main display."""
     width, height = c_int(), c_int()
-    call("Mirovan_System_GetScreen", byref(width), byref(height))
+    call("screen", "", "Mirovan_System_GetScreen", byref(width), byref(height))
     return Screen(width.value, height.value)
 
 
@@ -116,13 +116,13 @@ def language() -> str:
     get = ctypes.CDLL(None).getenv
     get.restype = ctypes.c_char_p
     buffer = create_string_buffer(len(get(b"LANG") or b"") + 1)
-    call("Mirovan_System_GetLanguage", buffer)
+    call("language", "", "Mirovan_System_GetLanguage", buffer)
     return os.fsdecode(buffer.value)
 
 
 def shutdown(action: Action) -> None:
     """Halts, restarts, turns the display off, locks it, or ends a user's processes."""
-    call("Mirovan_System_Shutdown", action)
+    call("shutdown", "", "Mirovan_System_Shutdown", action)
 
 
 def run(command: Union[str, bytes], limit: Union[timedelta, float]) -> None:
@@ -131,4 +131,5 @@ def run(command: Union[str, bytes], limit: Union[timedelta, float]) -> None:
     The limit counts whole seconds: a part of one is given in full.
     """
     seconds = limit.total_seconds() if isinstance(limit, timedelta) else limit
-    call("Mirovan_System_SystemEx", encode(command), math.ceil(max(0, min(seconds, 0x7FFFFFFF))))
+    call("run", command, "Mirovan_System_SystemEx", encode(command),
+         math.ceil(max(0, min(seconds, 0x7FFFFFFF))))

@@ -122,6 +122,8 @@ class FileTest(Case):
 
     def test_failures_tell_code_and_errno(self):
         self.assert_fails(CODE.FILE_ATTR_NOTFOUND, 2, file.attributes, self.path("none"))
+        with self.assertRaisesRegex(mirovan.Error, "^copy: /none to /x: The file could not be copied: No such"):
+            file.copy("/none", b"/x")
         self.assert_fails(CODE.FILE_ENUM_NOTDIR, 2, file.list, self.path("none"))
         self.assert_fails(CODE.FILE_CREATEFOLDER_FAILED, 20, file.create_folders, "/etc/passwd/x")
         self.assertRaises(ValueError, file.attributes, "/etc\0/passwd")
