@@ -64,7 +64,7 @@ try
 }
 catch (const mirovan::error& reason)
 {
-    std::cerr << path << ": " << reason.what() << '\n';
+    std::cerr << reason.what() << '\n';
     return not_seen;
 }
 

@@ -30,7 +30,7 @@ expect 1 '^$'                           'echo; ps -e -o args | grep -q "^sleep 6
 expect 2 '^usage'                       'run_with_timeout soon true'
 expect 1 ' %  /$'                       "volumes_running_full $((filled - 2)) /"
 expect 0 '^$'                           "echo; volumes_running_full $((filled + 2)) /"
-expect 3 'DISK_STATFS'                  'volumes_running_full 100 /nonexistent'
+expect 3 'statistics of the volume'                'volumes_running_full 100 /nonexistent'
 expect 2 '^usage'                       'volumes_running_full 101'
 expect 0 '^[0-9]+ .*sleep of .* waiting .* 1 threads .* ended' \
     'sleep 4 & watch_process $! | tr "\n" " "'
