@@ -1,8 +1,8 @@
 // The readers of what the kernel tells in /proc: nothing that it may say is out of bounds.
-#include "platform/linux/host_figures.h"
+#include "platform/linux/host_counters.h"
 #include "platform/linux/mount_table.h"
 #include "platform/linux/process_text.h"
-#include "source/system/uptime.h"
+#include "source/system/processors.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -12,10 +12,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using namespace mirovan;
     const std::string text(reinterpret_cast<const char*>(data), size);
-    if (const auto load = platform::processor_load(text))
-        if (idle_percent(*load) > 100)
-            std::abort();
-    platform::memory_statistics(text, text, 4096);
+    if (idle_percent(sum_of(platform::processor_loads(text))) > 100)
+        std::abort();
+    platform::memory_counters(text);
     platform::parse_process_status(text);
     if (const auto stat = platform::parse_process_stat(text))
     {

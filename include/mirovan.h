@@ -30,9 +30,10 @@
  * The caller gives them back with Fundix_Memory_Free() and the count that came with them.
  *
  * ## Threads
- * The library starts no thread, takes no lock and keeps no state but the error state. "Threads:
- * any" at a declaration means that it may run on any number of threads at once. No exception
- * leaves a function of the C interface.
+ * The library starts no thread. Between calls it keeps the error state, for each thread the login
+ * name that it looked up last (used again for at most one second), and the affinity tags that
+ * Mirovan_Process_SetProcessForCpu() has set (on Linux). "Threads: any" at a declaration means that
+ * it may run on any number of threads at once. No exception leaves a function of the C interface.
  */
 #ifndef MIROVAN_H
 #define MIROVAN_H
@@ -110,11 +111,19 @@
     XX(0x40A1010, ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, "The shutdown action is not known.")         \
     XX(0x40A1011, ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL,                                            \
        "The signal handling around the command cannot be set up.")                                 \
+    XX(0x40A1012, ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED,                                     \
+       "The times of the processors cannot be read.")                                              \
+    XX(0x40A1013, ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED,                                       \
+       "The state of the memory cannot be read.")                                                  \
+    XX(0x40A1014, ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED,                                            \
+       "The identity of the system cannot be read.")                                               \
     XX(0x40A2001, ERROR_MIROVAN_HARDWARE_PARAMETER,                                                \
        "A required argument of a hardware query is missing, or its report cannot be had.")         \
     XX(0x40A2002, ERROR_MIROVAN_HARDWARE_DISK_STATFS,                                              \
        "The statistics of the volume that holds the path cannot be read.")                         \
     XX(0x40A2003, ERROR_MIROVAN_HARDWARE_DISK_UNIT, "The unit is not 1, 2, 3 or 4.")               \
+    XX(0x40A2004, ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED,                                           \
+       "The list of mounted volumes cannot be read.")                                              \
     XX(0x40A3000, ERROR_MIROVAN_PROCESS_PARAMETER,                                                 \
        "A required argument of a process operation is missing.")                                   \
     XX(0x40A3001, ERROR_MIROVAN_PROCESS_ACCESS,                                                    \
@@ -178,6 +187,50 @@ enum Mirovan_ErrorCode
 #undef MIROVAN_ERROR_CONSTANT
 };
 
+/** @name Named values
+ *  Parameters that select something are integers; these are the values that they take.
+ *  @{ */
+
+/** @brief Units of the sizes from Mirovan_HardWare_GetDiskInfomation() and
+ *  Mirovan_System_GetMemoryUsage(). */
+enum Mirovan_Unit
+{
+    MIROVAN_UNIT_BYTE = 1, /**< Bytes. */
+    MIROVAN_UNIT_KIB = 2,  /**< 1,024 bytes. */
+    MIROVAN_UNIT_MIB = 3,  /**< 1,024 KiB. */
+    MIROVAN_UNIT_GIB = 4   /**< 1,024 MiB. */
+};
+
+/** @brief What an enumeration lists, such as Mirovan_File_EnumFileA(). */
+enum Mirovan_ListKind
+{
+    MIROVAN_LIST_FILES = 1,   /**< Everything that is not a folder. */
+    MIROVAN_LIST_FOLDERS = 2, /**< Folders. */
+    MIROVAN_LIST_ALL = 3      /**< Both. */
+};
+
+/** @brief File systems, from Mirovan_HardWare_GetDiskInfomation(). */
+enum Mirovan_FileSystem
+{
+    MIROVAN_FILE_SYSTEM_OTHER = 0, /**< Any other. */
+    MIROVAN_FILE_SYSTEM_FAT = 1,   /**< FAT and exFAT. */
+    MIROVAN_FILE_SYSTEM_NTFS = 2,  /**< NTFS. */
+    MIROVAN_FILE_SYSTEM_EXT = 4,   /**< The ext family. */
+    MIROVAN_FILE_SYSTEM_APFS = 5   /**< APFS. */
+};
+
+/** @brief Actions of Mirovan_System_Shutdown(). */
+enum Mirovan_ShutdownAction
+{
+    MIROVAN_SHUTDOWN_HALT = 0x10001,        /**< Halts the system. */
+    MIROVAN_SHUTDOWN_DISPLAY_OFF = 0x10002, /**< Turns the display off. */
+    MIROVAN_SHUTDOWN_RESTART = 0x10003,     /**< Restarts the system. */
+    MIROVAN_SHUTDOWN_END_USER = 0x10004,    /**< Kills all processes of the logged-in user. */
+    MIROVAN_SHUTDOWN_LOCK_SCREEN = 0x10005  /**< Locks the screen. */
+};
+
+/** @} */
+
 /** @name Records
  *  @{ */
 
@@ -208,7 +261,7 @@ typedef struct tag_Mirovan_Cpu_Information
     char tszProcessorName[128];  /**< Name of the processor; of Apple silicon, of the chip. */
     char tszModelIdentifier[64]; /**< Model identifier of the machine. */
     int32_t nProcessorSpeed;     /**< Speed in MHz; Apple silicon reports none. */
-    int32_t nProcessorOnline;    /**< Processors online; -1 when the system does not tell. */
+    int32_t nProcessorOnline;    /**< Processors online, -1 if unknown; on macOS all processors. */
     uint32_t nHardwareThreads;   /**< Hardware threads. */
 } tag_Mirovan_Cpu_Information;
 
@@ -689,7 +742,7 @@ extern "C"
      *
      * @param lpszPath any existing path on the volume, UTF-8.
      * @param pstDiskInfo record to fill; nReserved keeps its value.
-     * @param nUnit unit of the sizes: 1 bytes, 2 KiB, 3 MiB, 4 GiB; remainders are dropped.
+     * @param nUnit unit of the sizes, a ::Mirovan_Unit; remainders are dropped.
      * @return true when the record was filled. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
      *         argument; ::ERROR_MIROVAN_HARDWARE_DISK_STATFS the volume cannot be read (both leave
      *         the record untouched); ::ERROR_MIROVAN_HARDWARE_DISK_UNIT another unit (the record is
@@ -744,6 +797,77 @@ extern "C"
      * the shell, with grep, head, awk, sed and xxd.
      */
     MIROVAN_API bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
+
+    /** @brief What Mirovan_HardWare_ListVolumes() lists, and what it asks; any may be combined. */
+    enum Mirovan_VolumeFlag
+    {
+        /** Asks network volumes for their sizes too. A server that does not answer blocks the call. */
+        MIROVAN_VOLUMES_NETWORK_SIZES = 0x1,
+        /** Lists every mount: also those of the kernel itself, and a volume once more for each further
+         *  place where it is mounted. */
+        MIROVAN_VOLUMES_ALL_MOUNTS = 0x2
+    };
+
+    /** @brief Bits of ::MIROVAN_VOLUME's nKnown. */
+    enum Mirovan_VolumeKnown
+    {
+        MIROVAN_VOLUME_KNOWN_MOUNT_POINT = 0x1, /**< tszMountPoint */
+        MIROVAN_VOLUME_KNOWN_DEVICE = 0x2,      /**< tszDevice */
+        MIROVAN_VOLUME_KNOWN_TYPE = 0x4,        /**< tszType */
+        MIROVAN_VOLUME_KNOWN_LABEL = 0x8,       /**< tszLabel */
+        MIROVAN_VOLUME_KNOWN_TOTAL = 0x10,      /**< nTotal */
+        MIROVAN_VOLUME_KNOWN_FREE = 0x20,       /**< nFree */
+        MIROVAN_VOLUME_KNOWN_AVAILABLE = 0x40,  /**< nAvailable */
+        MIROVAN_VOLUME_KNOWN_READ_ONLY = 0x80,  /**< bReadOnly */
+        MIROVAN_VOLUME_KNOWN_REMOVABLE = 0x100, /**< bRemovable */
+        MIROVAN_VOLUME_KNOWN_LOCAL = 0x200      /**< bLocal */
+    };
+
+    /** @brief A mounted volume, from Mirovan_HardWare_ListVolumes(). */
+    typedef struct MIROVAN_VOLUME
+    {
+        uint32_t nSize;  /**< Size of the record. */
+        uint32_t nKnown; /**< ::Mirovan_VolumeKnown bits; an unknown field is 0 or empty. */
+        char tszMountPoint[1024]; /**< Path of the folder that it is mounted on. */
+        char tszDevice[1024];     /**< Device, or server and path, as it was given to mount. */
+        char tszType[32];         /**< Name of the file system, such as "apfs", "ext4" or "nfs4". */
+        char tszLabel[256];       /**< Name that was given to the volume; unknown if it has none. */
+        uint64_t nTotal;          /**< Size in bytes. */
+        uint64_t nFree;           /**< Free bytes. */
+        uint64_t nAvailable;      /**< Free bytes that an unprivileged user may fill. */
+        bool bReadOnly;           /**< It is mounted for reading alone. */
+        bool bRemovable;          /**< Its medium can be removed. */
+        bool bLocal;              /**< It is on this machine, neither a server's nor a program's. */
+    } MIROVAN_VOLUME;
+
+    /**
+     * @brief Lists the mounted volumes, each once.
+     *
+     * Listed are the volume of the root folder, those on block devices and those of servers. Bind
+     * mounts of a volume that is listed, the parts of an overlay, memory file systems and those of
+     * the kernel itself are left out, and on macOS what the Finder hides. A volume that is mounted
+     * several times is shown where the whole of it is mounted first. A network volume is not
+     * touched unless asked for: its sizes are unknown. A mount point of 1,024 bytes or more is left
+     * out.
+     *
+     * @param nFlags ::Mirovan_VolumeFlag bits, or 0.
+     * @param pfnVolume called for each volume, on the calling thread; returns false to end the
+     *                  listing, which is a success. The record is the library's and valid during
+     *                  the call.
+     * @param pContext passed to pfnVolume as it is; may be null.
+     * @return true when the volumes were listed, or the function ended the listing. Codes:
+     *         ::ERROR_MIROVAN_HARDWARE_PARAMETER a null function or an unknown flag (EINVAL);
+     *         ::ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED the list cannot be read. The function is not
+     *         called then.
+     *
+     * Threads: any. From: getfsstat() without waiting, getattrlist(); on Linux
+     * /proc/thread-self/mountinfo, statvfs(), /sys/dev/block and the labels of FS_IOC_GETFSLABEL and
+     * /dev/disk/by-label.
+     */
+    MIROVAN_API bool Mirovan_HardWare_ListVolumes(uint32_t nFlags,
+                                                  bool (*pfnVolume)(const MIROVAN_VOLUME* pstVolume,
+                                                                    void* pContext),
+                                                  void* pContext);
 
     /** @} */
     /** @name Processes
@@ -1010,12 +1134,13 @@ extern "C"
      * @brief Physical memory, its free part and the free share.
      *
      * @param pstMemoryInfo record to fill; what cannot be read keeps its content.
-     * @param nUnit unit of the sizes: 2 KiB, 3 MiB, 4 GiB, any other value bytes; remainders are
+     * @param nUnit unit of the sizes, a ::Mirovan_Unit; any other value means bytes. Remainders are
      *              dropped.
      * @return true when a record was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record.
      *
-     * Threads: any. From: sysctl() HW_MEMSIZE, host_statistics() HOST_VM_INFO; on Linux sysinfo and
-     * /proc.
+     * macOS answers a program that asks more than a few times a second from a copy, which is up to
+     * one second old. Threads: any. From: sysctl() HW_MEMSIZE, host_statistics() HOST_VM_INFO; on
+     * Linux sysinfo() and MemFree of /proc/meminfo.
      */
     MIROVAN_API bool Mirovan_System_GetMemoryUsage(tag_Mirovan_Memory_Infomation* pstMemoryInfo,
                                                    int nUnit);
@@ -1083,9 +1208,9 @@ extern "C"
      * @brief Halts or restarts the system, turns the display off, locks it, or ends a user's
      * processes.
      *
-     * @param nShutdownType 0x10001 or 0x10007 halt; 0x10002 display off; 0x10003 restart; 0x10004
-     *                      kill all processes of the user who is logged in at the terminal, the
-     *                      caller included (never root's); 0x10005 lock the screen.
+     * @param nShutdownType a ::Mirovan_ShutdownAction; 0x10007 halts too. Processes are killed of the
+     *                      user who is logged in at the terminal, the caller included, and never
+     *                      those of root.
      * @return true when the action was done. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE another
      *         value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed, with
      *         the errno of a halt or restart that was refused.
@@ -1117,14 +1242,16 @@ extern "C"
     MIROVAN_API bool Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout);
 
 /**
- * @brief Share of the time since the system started that its processors were idle.
+ * @brief How much of the time since the system started its processors were idle.
  *
- * @param nIdleTime receives the share in whole percent, 0 to 100; untouched on failure.
- * @return true when the share was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null address
+ * @param nIdleTime receives whole percent, 0 to 100; untouched on failure.
+ * @return true when the counters were read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null address
  *         (from C); ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the processor count cannot be read;
  *         ::ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS the load statistics cannot be read.
  *
- * Threads: any. From: sysctl() HW_NCPU, host_statistics() HOST_CPU_LOAD_INFO; on Linux /proc/stat.
+ * The counters of macOS start again from 0 when a processor has been idle, or busy, for 497 days.
+ * Threads: any. From: sysctl() HW_NCPU, host_processor_info() PROCESSOR_CPU_LOAD_INFO; on Linux
+ * /proc/stat.
  */
 #ifdef __cplusplus
     MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long& nIdleTime);
@@ -1135,8 +1262,9 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
     /**
      * @brief Size of the main display.
      *
-     * @param pnWidth receives the width in pixels, 0 without a display.
-     * @param pnHeight receives the height in pixels, 0 without a display.
+     * @param pnWidth receives the width, 0 without a display: pixels on Linux, points on macOS, where
+     *                a point of a Retina display is two pixels wide.
+     * @param pnHeight receives the height, 0 without a display, in the same unit.
      * @return true when both outputs were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
      *         null; nothing is written then.
      *
@@ -1169,6 +1297,162 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
      */
     MIROVAN_API bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey,
                                              char* lpszQueryResult, int nQueryResultSize);
+
+    /** @brief Bits of ::MIROVAN_PROCESSOR_TIMES' nKnown. */
+    enum Mirovan_ProcessorTimesKnown
+    {
+        MIROVAN_PROCESSOR_TIMES_KNOWN_USER = 0x1,   /**< nUser */
+        MIROVAN_PROCESSOR_TIMES_KNOWN_NICE = 0x2,   /**< nNice */
+        MIROVAN_PROCESSOR_TIMES_KNOWN_SYSTEM = 0x4, /**< nSystem */
+        MIROVAN_PROCESSOR_TIMES_KNOWN_IDLE = 0x8    /**< nIdle */
+    };
+
+    /** @brief The number in ::MIROVAN_PROCESSOR_TIMES that stands for all processors together. */
+    enum
+    {
+        MIROVAN_PROCESSOR_ALL = -1
+    };
+
+    /** @brief How a processor has spent its time, from Mirovan_System_GetProcessorTimes(). */
+    typedef struct MIROVAN_PROCESSOR_TIMES
+    {
+        uint32_t nSize;     /**< Size of the record. */
+        uint32_t nKnown;    /**< ::Mirovan_ProcessorTimesKnown bits; an unknown field is 0. */
+        int32_t nProcessor; /**< Number from 0, or ::MIROVAN_PROCESSOR_ALL. */
+        uint32_t nReserved; /**< 0. */
+        uint64_t nUser;     /**< Nanoseconds in programs of normal priority. */
+        uint64_t nNice;     /**< Nanoseconds in programs of lowered priority; 0 on macOS. */
+        uint64_t nSystem;   /**< Nanoseconds in the kernel, or taken by a hypervisor. */
+        uint64_t nIdle;     /**< Nanoseconds without work, waiting for a disk included. */
+    } MIROVAN_PROCESSOR_TIMES;
+
+    /**
+     * @brief How the processors have spent their time since the system started: all of them
+     * together, then each one.
+     *
+     * The times only ever grow. The load between two calls is the growth of the user, nice and
+     * system times, divided by the growth of all four.
+     *
+     * @param pfnTimes called first for all processors together and then for each one in the order
+     *                 of their numbers, on the calling thread; returns false to end the listing,
+     *                 which is a success. The record is the library's and valid during the call. An
+     *                 offline processor has no known times.
+     * @param pContext passed to pfnTimes as it is; may be null.
+     * @return true when the times were listed, or the function ended the listing. Codes:
+     *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null function (EINVAL);
+     *         ::ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED the times cannot be read. The function
+     *         is not called then.
+     *
+     * The resolution is that of the kernel's clock tick, 10 ms on most machines. On macOS each time
+     * of a processor starts again from 0 after 497 days. Threads: any. From: host_processor_info()
+     * PROCESSOR_CPU_LOAD_INFO; on Linux /proc/stat.
+     */
+    MIROVAN_API bool Mirovan_System_GetProcessorTimes(
+        bool (*pfnTimes)(const MIROVAN_PROCESSOR_TIMES* pstTimes, void* pContext), void* pContext);
+
+    /** @brief Bits of ::MIROVAN_MEMORY_RECORD's nKnown. */
+    enum Mirovan_MemoryKnown
+    {
+        MIROVAN_MEMORY_KNOWN_TOTAL = 0x1,          /**< nTotal */
+        MIROVAN_MEMORY_KNOWN_AVAILABLE = 0x2,      /**< nAvailable */
+        MIROVAN_MEMORY_KNOWN_FREE = 0x4,           /**< nFree */
+        MIROVAN_MEMORY_KNOWN_WIRED = 0x8,          /**< nWired */
+        MIROVAN_MEMORY_KNOWN_COMPRESSED = 0x10,    /**< nCompressed */
+        MIROVAN_MEMORY_KNOWN_CACHED = 0x20,        /**< nCached */
+        MIROVAN_MEMORY_KNOWN_SWAP_TOTAL = 0x40,    /**< nSwapTotal */
+        MIROVAN_MEMORY_KNOWN_SWAP_USED = 0x80,     /**< nSwapUsed */
+        MIROVAN_MEMORY_KNOWN_PROCESS_LIMIT = 0x100 /**< nProcessLimit */
+    };
+
+    /** @brief The memory in bytes, from Mirovan_System_GetMemoryRecord(). */
+    typedef struct MIROVAN_MEMORY_RECORD
+    {
+        uint32_t nSize;         /**< Set by the caller: sizeof(MIROVAN_MEMORY_RECORD). */
+        uint32_t nKnown;        /**< ::Mirovan_MemoryKnown bits; an unknown field is 0. */
+        uint64_t nTotal;        /**< Physical memory. */
+        uint64_t nAvailable;    /**< What programs may still take without swapping. */
+        uint64_t nFree;         /**< Pages without content; less than what is available. */
+        uint64_t nWired;        /**< What cannot be paged out. */
+        uint64_t nCompressed;   /**< What compressed pages take up; on Linux those of zswap. */
+        uint64_t nCached;       /**< Content of files, which can be read again. */
+        uint64_t nSwapTotal;    /**< Swap space. */
+        uint64_t nSwapUsed;     /**< Swap space in use. */
+        uint64_t nProcessLimit; /**< Limit on the control group of this process; unknown without. */
+    } MIROVAN_MEMORY_RECORD;
+
+    /**
+     * @brief The physical memory and the swap space, and the limit that holds for this process.
+     *
+     * A control group limits all its processes together, and the groups inside it; the lowest of
+     * these limits is reported. It may be more than the physical memory.
+     *
+     * @param pstMemory record to fill, of at least nSize bytes; nSize is set by the caller. All else
+     *                  is overwritten, and untouched on failure.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
+     *         or too small a size (EINVAL); ::ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED the state of
+     *         the memory cannot be read.
+     *
+     * macOS answers a program that asks more than a few times a second from a copy, which is up to
+     * one second old. Threads: any. From: host_statistics64() HOST_VM_INFO64, sysctl() hw.memsize
+     * and vm.swapusage; on Linux /proc/meminfo, and memory.max or memory.limit_in_bytes of the
+     * control groups.
+     */
+    MIROVAN_API bool Mirovan_System_GetMemoryRecord(MIROVAN_MEMORY_RECORD* pstMemory);
+
+    /** @brief Bits of ::MIROVAN_IDENTITY's nKnown. */
+    enum Mirovan_IdentityKnown
+    {
+        MIROVAN_IDENTITY_KNOWN_SYSTEM_NAME = 0x1,         /**< tszSystemName */
+        MIROVAN_IDENTITY_KNOWN_SYSTEM_VERSION = 0x2,      /**< tszSystemVersion */
+        MIROVAN_IDENTITY_KNOWN_KERNEL_NAME = 0x4,         /**< tszKernelName */
+        MIROVAN_IDENTITY_KNOWN_KERNEL_VERSION = 0x8,      /**< tszKernelVersion */
+        MIROVAN_IDENTITY_KNOWN_ARCHITECTURE = 0x10,       /**< tszArchitecture */
+        MIROVAN_IDENTITY_KNOWN_HOST_NAME = 0x20,          /**< tszHostName */
+        MIROVAN_IDENTITY_KNOWN_START_TIME = 0x40,         /**< nStartTime */
+        MIROVAN_IDENTITY_KNOWN_PAGE_SIZE = 0x80,          /**< nPageSize */
+        MIROVAN_IDENTITY_KNOWN_PROCESSORS = 0x100,        /**< nProcessors */
+        MIROVAN_IDENTITY_KNOWN_PROCESSORS_ONLINE = 0x200, /**< nProcessorsOnline */
+        MIROVAN_IDENTITY_KNOWN_PROCESSORS_USABLE = 0x400  /**< nProcessorsUsable */
+    };
+
+    /** @brief What this system is, from Mirovan_System_GetIdentity(). */
+    typedef struct MIROVAN_IDENTITY
+    {
+        uint32_t nSize;             /**< Set by the caller: sizeof(MIROVAN_IDENTITY). */
+        uint32_t nKnown;            /**< ::Mirovan_IdentityKnown bits; an unknown field is 0. */
+        char tszSystemName[256];    /**< Name as people say it: "macOS", "Debian GNU/Linux". */
+        char tszSystemVersion[256]; /**< Version of that, such as "13.6.1" or "12". */
+        char tszKernelName[256];    /**< Name of the kernel: "Darwin", "Linux". */
+        char tszKernelVersion[256]; /**< Release of the kernel. */
+        char tszArchitecture[256];  /**< Hardware name of the kernel: "x86_64", "arm64". */
+        char tszHostName[256];      /**< Name of this machine in the network. */
+        int64_t nStartTime;         /**< Start of the system, nanoseconds since 1970 UTC. */
+        uint64_t nPageSize;         /**< Size of a page of memory in bytes. */
+        uint32_t nProcessors;       /**< Processors that the system has. */
+        uint32_t nProcessorsOnline; /**< Those that are online. */
+        uint32_t nProcessorsUsable; /**< Those that this process may use, at least 1. */
+        uint32_t nReserved;         /**< 0. */
+    } MIROVAN_IDENTITY;
+
+    /**
+     * @brief Names and versions of the system, its start, its page size and its processors.
+     *
+     * The start of the system is the same in every call until the clock is set; on Linux it is a
+     * whole second. The processors that this process may use are those of its affinity (its first
+     * thread's), but no more than the lowest processor quota of its control groups, rounded up.
+     *
+     * @param pstIdentity record to fill, of at least nSize bytes; nSize is set by the caller. All
+     *                    else is overwritten, and untouched on failure. Text that is too long for
+     *                    its field is truncated.
+     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
+     *         or too small a size (EINVAL); ::ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED the kernel's
+     *         names cannot be read.
+     *
+     * Threads: any. From: uname(), sysctl() KERN_BOOTTIME, HW_NCPU, HW_AVAILCPU and
+     * kern.osproductversion; on Linux also os-release (NAME, and VERSION_ID or VERSION), btime of
+     * /proc/stat, sched_getaffinity(), and cpu.max or cpu.cfs_quota_us of the control groups.
+     */
+    MIROVAN_API bool Mirovan_System_GetIdentity(MIROVAN_IDENTITY* pstIdentity);
 
     /** @} */
 
@@ -1285,6 +1569,11 @@ public:
     bool Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Information* pstCpuInfo);
     /** See ::Mirovan_HardWare_GetSerial. */
     bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
+    /** See ::Mirovan_HardWare_ListVolumes. */
+    bool Mirovan_HardWare_ListVolumes(uint32_t nFlags,
+                                      bool (*pfnVolume)(const MIROVAN_VOLUME* pstVolume,
+                                                        void* pContext),
+                                      void* pContext);
 };
 
 /** @brief Process services; each method is the function of the same name. */
@@ -1382,6 +1671,14 @@ public:
     /** See ::Mirovan_System_WMIQuery. */
     bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey, char* lpszQueryResult,
                                  int nQueryResultSize);
+    /** See ::Mirovan_System_GetProcessorTimes. */
+    bool Mirovan_System_GetProcessorTimes(bool (*pfnTimes)(const MIROVAN_PROCESSOR_TIMES* pstTimes,
+                                                           void* pContext),
+                                          void* pContext);
+    /** See ::Mirovan_System_GetMemoryRecord. */
+    bool Mirovan_System_GetMemoryRecord(MIROVAN_MEMORY_RECORD* pstMemory);
+    /** See ::Mirovan_System_GetIdentity. */
+    bool Mirovan_System_GetIdentity(MIROVAN_IDENTITY* pstIdentity);
 };
 
 /** @name Objects

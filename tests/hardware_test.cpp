@@ -1,9 +1,12 @@
 #include "tests/support/support.h"
 
+#include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -144,6 +147,125 @@ TEST(Disk, FailuresLeaveTheRecordAlone)
 std::string blanks_and(const char* text)
 {
     return std::string(6, ' ') + text + "\n";
+}
+
+using VolumeRows = std::multimap<std::string, MIROVAN_VOLUME>;
+
+VolumeRows volumes(uint32_t flags)
+{
+    VolumeRows rows;
+    EXPECT_SUCCEEDS(Mirovan_HardWare_ListVolumes(
+        flags,
+        [](const MIROVAN_VOLUME* volume, void* list)
+        {
+            EXPECT_EQ(volume->nSize, sizeof *volume);
+            static_cast<VolumeRows*>(list)->emplace(volume->tszMountPoint, *volume);
+            return true;
+        },
+        &rows));
+    return rows;
+}
+
+constexpr uint32_t sizes_known =
+    MIROVAN_VOLUME_KNOWN_TOTAL | MIROVAN_VOLUME_KNOWN_FREE | MIROVAN_VOLUME_KNOWN_AVAILABLE;
+
+TEST(Volumes, TheRootIsOneOfThem)
+{
+    bool agrees = false;
+    MIROVAN_VOLUME root{};
+    for (int attempt = 0; attempt < 1000 && !agrees; ++attempt)
+    {
+        struct statvfs sizes = {};
+        EXPECT_EQ(statvfs("/", &sizes), 0);
+        const VolumeRows rows = volumes(0);
+        ASSERT_EQ(rows.count("/"), 1U);
+        root = rows.find("/")->second;
+        EXPECT_EQ(root.nTotal, sizes.f_frsize * sizes.f_blocks);
+        EXPECT_EQ(root.bReadOnly, (sizes.f_flag & ST_RDONLY) != 0);
+        agrees = root.nFree == sizes.f_frsize * sizes.f_bfree &&
+                 root.nAvailable == sizes.f_frsize * sizes.f_bavail;
+    }
+    EXPECT_TRUE(agrees) << root.nFree << ' ' << root.nAvailable;
+    EXPECT_EQ(root.nKnown & sizes_known, sizes_known);
+    EXPECT_EQ(root.tszDevice + std::string{" "} + root.tszType + "\n",
+              test::shell_output("findmnt -no SOURCE,FSTYPE / | sed 's/  */ /'"));
+    EXPECT_TRUE(root.bLocal);
+}
+
+TEST(Volumes, ArgumentsAndTheEndOfTheListing)
+{
+    const auto stop = [](const MIROVAN_VOLUME* /*volume*/, void* calls)
+    { return ++*static_cast<int*>(calls), false; };
+    int calls = 0;
+    EXPECT_SUCCEEDS(Mirovan_HardWare_ListVolumes(MIROVAN_VOLUMES_ALL_MOUNTS, stop, &calls));
+    EXPECT_EQ(calls, 1);
+    EXPECT_FAILS(Mirovan_HardWare_ListVolumes(0, nullptr, &calls), ERROR_MIROVAN_HARDWARE_PARAMETER,
+                 EINVAL);
+    EXPECT_FAILS(Mirovan_HardWare_ListVolumes(4, stop, &calls), ERROR_MIROVAN_HARDWARE_PARAMETER,
+                 EINVAL);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(Volumes, MountsThatAreNoVolumesAndServersThatDoNotAnswer)
+{
+    const Scratch scratch;
+    const std::string memory = scratch.folder("me mory");
+    const std::string bound = scratch.folder("bound");
+    const std::string dead = scratch.folder("dead");
+    const std::string behind = scratch.folder("behind");
+    test::in_child(
+        [&]
+        {
+            alarm(60);
+            test::enter_namespaces();
+            const std::size_t before = volumes(0).size();
+            const std::size_t mounts = volumes(MIROVAN_VOLUMES_ALL_MOUNTS).size();
+            ASSERT_EQ(mount("disk", memory.c_str(), "tmpfs", MS_RDONLY, "size=1m"), 0);
+            ASSERT_EQ(mount("/usr", bound.c_str(), nullptr, MS_BIND, nullptr), 0);
+            // Nobody answers what the kernel asks of this one.
+            const int server = open("/dev/fuse", O_RDWR | O_CLOEXEC);
+            const std::string options =
+                "fd=" + std::to_string(server) + ",rootmode=40000,user_id=0,group_id=0";
+            const bool has_server =
+                server >= 0 && mount("host:/x", dead.c_str(), "fuse.dead", 0, options.c_str()) == 0;
+            for (int i = 0; i < 1000; ++i)
+            {
+                const std::string folder = scratch.folder("behind/" + std::to_string(i));
+                ASSERT_EQ(mount("many", folder.c_str(), "tmpfs", 0, "size=4k"), 0);
+            }
+            VolumeRows rows = volumes(0);
+            EXPECT_EQ(rows.size(), before + (has_server ? 1 : 0));
+            if (has_server)
+            {
+                ASSERT_EQ(rows.count(dead), 1U);
+                const MIROVAN_VOLUME& row = rows.find(dead)->second;
+                EXPECT_STREQ(row.tszDevice, "host:/x");
+                EXPECT_STREQ(row.tszType, "fuse.dead");
+                EXPECT_EQ(row.nKnown & sizes_known, 0U);
+                EXPECT_FALSE(row.bLocal);
+                // With this flag it is asked, and this thread waits.
+                const pid_t asking = fork();
+                if (asking == 0)
+                {
+                    alarm(1);
+                    volumes(MIROVAN_VOLUMES_NETWORK_SIZES);
+                    _exit(0);
+                }
+                int status = 0;
+                waitpid(asking, &status, 0);
+                EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM);
+            }
+            rows = volumes(MIROVAN_VOLUMES_ALL_MOUNTS);
+            EXPECT_EQ(rows.size(), mounts + 1002 + (has_server ? 1 : 0));
+            ASSERT_EQ(rows.count(memory), 1U);
+            const MIROVAN_VOLUME& row = rows.find(memory)->second;
+            EXPECT_EQ(row.nTotal, 1U << 20U);
+            EXPECT_EQ(row.nAvailable, 1U << 20U);
+            EXPECT_TRUE(row.bReadOnly);
+            EXPECT_STREQ(row.tszDevice, "disk");
+            EXPECT_EQ(rows.count(bound), 1U);
+            EXPECT_FALSE(rows.find(scratch / "behind/999")->second.bReadOnly);
+        });
 }
 
 TEST_F(Report, HeadingsAndTheirWritableLines)

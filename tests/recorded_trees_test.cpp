@@ -1,5 +1,5 @@
 #include "platform/linux/commands/report.h"
-#include "platform/linux/mount_table.h"
+#include "platform/linux/mount_tree.h"
 #include "source/hardware/report.h"
 #include "tests/support/machine.h"
 #include "tests/support/support.h"
@@ -22,6 +22,21 @@ std::string record_of(std::string_view hardware, std::string_view storage)
     return test::report_record(volumes.names(), processor);
 }
 
+/// Every volume of the mount table, and whether it is local, read-only and behind a server.
+std::string volumes_of(const std::string& table)
+{
+    const platform::MountTree tree{table};
+    std::string volumes;
+    for (const auto* mount : tree.volumes(platform::Volumes::all))
+        volumes.append(mount->point)
+            .append(" ")
+            .append(mount->type)
+            .append(platform::is_local(*mount) ? " local" : "")
+            .append(platform::is_read_only(*mount) ? " read-only" : "")
+            .append(tree.is_behind_server(*mount) ? " behind a server\n" : "\n");
+    return volumes;
+}
+
 TEST(RecordedTrees, AreReportedAsRecorded)
 {
     for (const std::string& machine : test::recorded_machines("trees"))
@@ -33,10 +48,11 @@ TEST(RecordedTrees, AreReportedAsRecorded)
         const commands::Machine facts = commands::read_machine(*system);
         const std::string hardware = commands::hardware_report(facts);
         const std::string storage = commands::storage_report(commands::read_volumes(*system));
-        test::expect_as_recorded(machine, "$ system_profiler\n" + hardware + storage +
-                                              "$ ioreg -l\n" +
-                                              commands::registry_listing(facts, true) +
-                                              "$ record\n" + record_of(hardware, storage));
+        test::expect_as_recorded(machine,
+                                 "$ system_profiler\n" + hardware + storage + "$ ioreg -l\n" +
+                                     commands::registry_listing(facts, true) + "$ volumes\n" +
+                                     volumes_of(system->read("/proc/self/mountinfo")) +
+                                     "$ record\n" + record_of(hardware, storage));
     }
 }
 

@@ -7,8 +7,8 @@
 #include <ctime>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sched.h>
 #include <sys/resource.h>
-#include <sys/sysinfo.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -182,37 +182,180 @@ TEST(SystemScreen, WithoutAnXServerItIsTheKernelsOrNone)
     }
 }
 
+/// The sum of lines of /proc/meminfo, in bytes.
+uint64_t meminfo(const std::string& keys)
+{
+    return std::stoull(shell_output("awk '/^" + keys +
+                                    ":/ {sum += $2} END {printf \"%.0f\", sum * 1024}'"
+                                    " /proc/meminfo"));
+}
+
+/// Whether an answer lies between two readings of the same, one before it and one after it. What
+/// changes all the time may go back and forth: it is asked more than once.
+template <class Read, class Answer>
+testing::AssertionResult between_readings(const Read& read, const Answer& answer)
+{
+    constexpr int tries = 50;
+    uint64_t found = 0;
+    uint64_t before = 0;
+    uint64_t after = 0;
+    for (int i = 0; i < tries; ++i)
+    {
+        before = read();
+        found = answer();
+        after = read();
+        if (found >= std::min(before, after) && found <= std::max(before, after))
+            return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << found << ", read " << before << " and " << after;
+}
+
 TEST(SystemMemory, AgreesWithTheKernelInEveryUnit)
 {
-    struct sysinfo info = {};
-    ASSERT_EQ(sysinfo(&info), 0);
-    const uint64_t total = uint64_t{info.totalram} * info.mem_unit;
+    const uint64_t total = meminfo("MemTotal");
     const struct
     {
         int unit;
         unsigned shift;
-    } cases[] = {{1, 0}, {2, 10}, {3, 20}, {4, 30}, {0, 0}, {5, 0}, {7, 0}, {-2, 0}};
+    } cases[] = {{MIROVAN_UNIT_BYTE, 0},
+                 {MIROVAN_UNIT_KIB, 10},
+                 {MIROVAN_UNIT_MIB, 20},
+                 {MIROVAN_UNIT_GIB, 30},
+                 {0, 0},
+                 {5, 0},
+                 {7, 0},
+                 {-2, 0}};
     for (const auto& [unit, shift] : cases)
     {
         tag_Mirovan_Memory_Infomation memory{};
-        memory.nReserved1 = memory.nReserved2 = memory.nReserved3 = memory.nReserved4 =
-            memory.nReserved5 = (uint64_t{5} << 30U) + 4096;
-        const uint64_t reserved = memory.nReserved3;
-        EXPECT_SUCCEEDS(Mirovan_System_GetMemoryUsage(&memory, unit));
-        const uint64_t free_bytes =
-            std::stoull(shell_output("awk '/^MemFree:/ {print $2}' /proc/meminfo")) * 1024;
+        const uint64_t reserved = (uint64_t{5} << 30U) + 4096;
+        EXPECT_TRUE(between_readings([=] { return meminfo("MemFree") >> shift; },
+                                     [&]
+                                     {
+                                         memory.nReserved1 = memory.nReserved2 = memory.nReserved3 =
+                                             memory.nReserved4 = memory.nReserved5 = reserved;
+                                         EXPECT_SUCCEEDS(
+                                             Mirovan_System_GetMemoryUsage(&memory, unit));
+                                         return memory.nFreeMemory;
+                                     }))
+            << unit;
         EXPECT_EQ(memory.nTotalMemory, total >> shift) << unit;
-        const auto tolerance = static_cast<double>((uint64_t{512} << 20U) >> shift) + 1;
-        EXPECT_NEAR(static_cast<double>(memory.nFreeMemory),
-                    static_cast<double>(free_bytes >> shift), tolerance);
-        EXPECT_NEAR(
-            memory.nFreePercent,
-            std::floor(100.0 * static_cast<double>(free_bytes) / static_cast<double>(total)), 3);
+        const auto percent = static_cast<int>((memory.nFreeMemory << shift) * 100 / total);
+        EXPECT_TRUE(memory.nFreePercent == percent || (shift > 20 && memory.nFreePercent <= 100));
         EXPECT_EQ(memory.nReserved3, reserved);
         for (const uint64_t field :
              {memory.nReserved1, memory.nReserved2, memory.nReserved4, memory.nReserved5})
             EXPECT_EQ(field, reserved >> shift) << unit;
     }
+}
+
+TEST(SystemMemory, RecordAgreesWithTheKernel)
+{
+    using Record = MIROVAN_MEMORY_RECORD;
+    const struct
+    {
+        uint32_t bit;
+        uint64_t Record::*field;
+        const char* sum; ///< of lines of /proc/meminfo
+    } cases[] = {{MIROVAN_MEMORY_KNOWN_TOTAL, &Record::nTotal, "MemTotal"},
+                 {MIROVAN_MEMORY_KNOWN_AVAILABLE, &Record::nAvailable, "MemAvailable"},
+                 {MIROVAN_MEMORY_KNOWN_FREE, &Record::nFree, "MemFree"},
+                 {MIROVAN_MEMORY_KNOWN_WIRED, &Record::nWired,
+                  "(Unevictable|SUnreclaim|KernelStack|PageTables|Percpu)"},
+                 {MIROVAN_MEMORY_KNOWN_COMPRESSED, &Record::nCompressed, "Zswap"},
+                 {MIROVAN_MEMORY_KNOWN_CACHED, &Record::nCached, "(Cached|Buffers|SReclaimable)"},
+                 {MIROVAN_MEMORY_KNOWN_SWAP_TOTAL, &Record::nSwapTotal, "SwapTotal"}};
+    for (const auto& [bit, field, sum] : cases)
+    {
+        const bool is_known =
+            shell_output("grep -cE '^" + std::string{sum} + ":' /proc/meminfo") != "0\n";
+        EXPECT_TRUE(between_readings([sum = sum] { return meminfo(sum); },
+                                     [&, bit = bit, field = field]
+                                     {
+                                         Record record{};
+                                         record.nSize = sizeof record;
+                                         EXPECT_SUCCEEDS(Mirovan_System_GetMemoryRecord(&record));
+                                         EXPECT_EQ((record.nKnown & bit) != 0, is_known);
+                                         return record.*field;
+                                     }))
+            << sum;
+    }
+    Record record{};
+    record.nSize = sizeof record;
+    EXPECT_SUCCEEDS(Mirovan_System_GetMemoryRecord(&record));
+    EXPECT_NEAR(static_cast<double>(record.nSwapUsed),
+                static_cast<double>(meminfo("SwapTotal") - meminfo("SwapFree")), 1 << 28);
+}
+
+TEST(SystemIdentity, RecordAgreesWithTheCommands)
+{
+    MIROVAN_IDENTITY identity{};
+    identity.nSize = sizeof identity;
+    EXPECT_SUCCEEDS(Mirovan_System_GetIdentity(&identity));
+    EXPECT_EQ(identity.nKnown, 0x7FFU);
+    const struct
+    {
+        std::string found;
+        const char* command;
+    } cases[] = {
+        {identity.tszSystemName, ". /etc/os-release; echo \"$NAME\""},
+        {identity.tszSystemVersion, ". /etc/os-release; echo \"${VERSION_ID:-$VERSION}\""},
+        {identity.tszKernelName, "uname -s"},
+        {identity.tszKernelVersion, "uname -r"},
+        {identity.tszArchitecture, "uname -m"},
+        {identity.tszHostName, "uname -n"},
+        {std::to_string(identity.nStartTime), "awk '/^btime/ {print $2 \"000000000\"}' /proc/stat"},
+        {std::to_string(identity.nPageSize), "getconf PAGESIZE"},
+        {std::to_string(identity.nProcessors), "getconf _NPROCESSORS_CONF"},
+        {std::to_string(identity.nProcessorsOnline), "getconf _NPROCESSORS_ONLN"},
+        {std::to_string(identity.nProcessorsUsable), "nproc"}};
+    for (const auto& [found, command] : cases)
+        EXPECT_EQ(found + "\n", shell_output(command)) << command;
+    test::in_child(
+        [&]
+        {
+            cpu_set_t one;
+            CPU_ZERO(&one);
+            CPU_SET(sched_getcpu(), &one);
+            test::require(sched_setaffinity(0, sizeof one, &one) == 0);
+            EXPECT_SUCCEEDS(Mirovan_System_GetIdentity(&identity));
+            EXPECT_EQ(identity.nProcessorsUsable, 1U);
+            EXPECT_EQ(std::to_string(identity.nProcessorsOnline) + "\n",
+                      shell_output("getconf _NPROCESSORS_ONLN"));
+        });
+}
+
+/// What records with a size promise: too small a size is rejected, and a larger one than the
+/// library knows has zeros behind the known fields.
+template <class Record>
+void expect_sized(bool (*get)(Record*))
+{
+    struct
+    {
+        Record record;
+        unsigned char later[16];
+        unsigned char behind;
+    } room;
+    EXPECT_FAILS(get(nullptr), ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+    for (const std::size_t size : {std::size_t{0}, sizeof(Record) - 1})
+    {
+        std::memset(&room, 0x5A, sizeof room);
+        room.record.nSize = static_cast<uint32_t>(size);
+        EXPECT_FAILS(get(&room.record), ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+        EXPECT_EQ(room.record.nKnown, 0x5A5A5A5AU);
+    }
+    room.record.nSize = sizeof room.record + sizeof room.later;
+    EXPECT_SUCCEEDS(get(&room.record));
+    EXPECT_EQ(room.record.nSize, sizeof room.record + sizeof room.later);
+    EXPECT_NE(room.record.nKnown, 0x5A5A5A5AU);
+    EXPECT_EQ(std::count(room.later, room.later + sizeof room.later, 0), 16);
+    EXPECT_EQ(room.behind, 0x5A);
+}
+
+TEST(SystemRecords, KeepToTheSizeThatTheCallerSets)
+{
+    expect_sized(Mirovan_System_GetMemoryRecord);
+    expect_sized(Mirovan_System_GetIdentity);
 }
 
 TEST(SystemLoad, IsTheSumOfTheProcessListCutOff)
@@ -292,13 +435,79 @@ TEST(SystemProcessors, AgreeWithGetconf)
     EXPECT_EQ(std::to_string(count) + "\n", shell_output("getconf _NPROCESSORS_ONLN"));
 }
 
-TEST(SystemProcessors, IdleShareAgreesWithTheCounters)
+TEST(SystemProcessors, IdleAgreesWithTheCounters)
 {
-    unsigned long idle = 777;
-    EXPECT_SUCCEEDS(Mirovan_System_GetSysIdleTime(idle));
-    const double expected = std::stod(shell_output(
-        "awk '/^cpu / {print 100 * ($5 + $6) / ($2+$3+$4+$5+$6+$7+$8+$9)}' /proc/stat"));
-    EXPECT_NEAR(static_cast<double>(idle), expected, 2);
+    const auto read = []
+    {
+        return std::stoull(
+            shell_output("awk '/^cpu[0-9]/ {idle += $5 + $6; all += $2+$3+$4+$5+$6+$7+$8+$9}"
+                         " END {print int(100 * idle / all)}' /proc/stat"));
+    };
+    EXPECT_TRUE(between_readings(read,
+                                 []
+                                 {
+                                     unsigned long idle = 777;
+                                     EXPECT_SUCCEEDS(Mirovan_System_GetSysIdleTime(idle));
+                                     return uint64_t{idle};
+                                 }));
+}
+
+TEST(SystemProcessors, TimesAgreeWithTheCounters)
+{
+    using Times = MIROVAN_PROCESSOR_TIMES;
+    const auto get = []
+    {
+        std::vector<Times> list;
+        const auto append = [](const Times* times, void* to)
+        {
+            static_cast<std::vector<Times>*>(to)->push_back(*times);
+            return true;
+        };
+        EXPECT_SUCCEEDS(Mirovan_System_GetProcessorTimes(append, &list));
+        return list;
+    };
+    const std::vector<Times> list = get();
+    ASSERT_EQ(std::to_string(list.size() - 1) + "\n",
+              shell_output("grep -c '^cpu[0-9]' /proc/stat"));
+    Times sum{};
+    for (std::size_t i = 0; i < list.size(); ++i)
+    {
+        EXPECT_EQ(list[i].nSize, sizeof(Times));
+        EXPECT_EQ(list[i].nKnown, 0xFU);
+        EXPECT_EQ(list[i].nProcessor, static_cast<int>(i) - 1);
+        for (uint64_t Times::*field :
+             {&Times::nUser, &Times::nNice, &Times::nSystem, &Times::nIdle})
+            sum.*field += i == 0 ? 0 : list[i].*field;
+    }
+    const struct
+    {
+        uint64_t Times::*field;
+        const char* columns;
+    } cases[] = {{&Times::nUser, "$2"},
+                 {&Times::nNice, "$3"},
+                 {&Times::nSystem, "$4 + $7 + $8 + $9"},
+                 {&Times::nIdle, "$5 + $6"}};
+    const std::string tick = shell_output("getconf CLK_TCK");
+    for (const auto& [field, columns] : cases)
+    {
+        EXPECT_EQ(list[0].*field, sum.*field) << columns;
+        EXPECT_TRUE(between_readings(
+            [&, columns = columns]
+            {
+                return std::stoull(shell_output(
+                    "awk '/^cpu[0-9]/ {last = (" + std::string{columns} + ") * 1e9 / " +
+                    tick.substr(0, tick.size() - 1) + "} END {printf \"%.0f\", last}' /proc/stat"));
+            },
+            [&, field = field] { return get().back().*field; }))
+            << columns;
+    }
+    int calls = 0;
+    const auto stop = [](const Times* /*times*/, void* count)
+    { return ++*static_cast<int*>(count), false; };
+    EXPECT_SUCCEEDS(Mirovan_System_GetProcessorTimes(stop, &calls));
+    EXPECT_EQ(calls, 1);
+    EXPECT_FAILS(Mirovan_System_GetProcessorTimes(nullptr, &calls), ERROR_MIROVAN_SYSTEM_PARAMETER,
+                 EINVAL);
 }
 
 TEST(SystemProcesses, TheTableHasNoRows)

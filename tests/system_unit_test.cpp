@@ -1,6 +1,8 @@
 #include "platform/command_line.h"
 #include "platform/linux/display.h"
-#include "platform/linux/host_figures.h"
+#include "platform/linux/host_counters.h"
+#include "source/system/host_port.h"
+#include "source/system/processors.h"
 #include "source/system/uptime.h"
 #include "tests/support/support.h"
 
@@ -34,72 +36,94 @@ TEST(StartTime, DropsPartsOfASecondFirst)
     EXPECT_EQ(start_time(1000, 2'000'000), -1000);
 }
 
-TEST(IdlePercent, IsCutOffAndNeedsTicks)
+TEST(Processors, IdlePercentAddsUpIn64Bits)
 {
-    EXPECT_EQ(idle_percent({{0, 0, 0, 0}}), 0U);
-    EXPECT_EQ(idle_percent({{1, 0, 2, 0}}), 66U);
-    EXPECT_EQ(idle_percent({{0, 0, 5, 0}}), 100U);
-    EXPECT_EQ(idle_percent({{1, 1, 0, 1}}), 0U);
-    EXPECT_EQ(idle_percent({{0x40000000, 0x3FFFFFFF, 0x40000000, 0x40000000}}), 25U);
-}
-
-TEST(ProcessorLoad, AddsWhatBelongsTogether)
-{
-    const auto load = processor_load("cpu  10 20 30 40 5 6 7 8 9 10\ncpu0 1 1 1 1\n");
-    ASSERT_TRUE(load);
-    EXPECT_EQ(load->cpu_ticks[CPU_STATE_USER], 10U);
-    EXPECT_EQ(load->cpu_ticks[CPU_STATE_NICE], 20U);
-    EXPECT_EQ(load->cpu_ticks[CPU_STATE_SYSTEM], 30U + 6 + 7 + 8);
-    EXPECT_EQ(load->cpu_ticks[CPU_STATE_IDLE], 45U);
-    EXPECT_TRUE(processor_load("cpu  1 2 3 4\n"));
-    for (const char* bad : {"", "cpu", "cpu  1 2 3\n", "cpu  1 2 x 4\n", "intr 1 2 3 4\n"})
-        EXPECT_FALSE(processor_load(bad)) << bad;
-}
-
-TEST(ProcessorLoad, IsScaledUntilTheSumFits)
-{
-    const auto load = processor_load("cpu  4000000000 0 4000000000 24000000000 0 0 0 0 0 0\n");
-    ASSERT_TRUE(load);
-    natural_t sum = 0;
-    std::uint64_t wide_sum = 0;
-    for (const natural_t ticks : load->cpu_ticks)
+    constexpr std::uint32_t half = 0x80000000U;
+    constexpr std::uint32_t most = 0xFFFFFFFFU;
+    // user, system, idle, nice of each processor
+    const struct
     {
-        sum += ticks;
-        wide_sum += ticks;
+        std::vector<processor_cpu_load_info> loads;
+        unsigned long percent;
+    } cases[] = {{{}, 0},
+                 {{{{0, 0, 0, 0}}}, 0},
+                 {{{{1, 0, 2, 0}}}, 66},
+                 {{{{0, 0, 5, 0}}}, 100},
+                 {{{{1, 1, 0, 1}}}, 0},
+                 {{{{1, 1, 5, 1}}, {{0, 0, 0, 0}}, {{1, 0, 0, 1}}}, 50},
+                 {{{{half, 0, half, 0}}}, 50},
+                 {{{{0x60000000U, 0, 0xF0000000U, 0}}}, 71},
+                 {{{{0, 0, most, 0}}, {{0, 0, most, 0}}, {{most, 0, most, 0}}}, 75}};
+    for (const auto& [loads, percent] : cases)
+        EXPECT_EQ(idle_percent(sum_of(loads)), percent) << loads.size();
+}
+
+TEST(Processors, AreReadOneByOne)
+{
+    struct Load
+    {
+        std::uint64_t user, system, idle, nice;
+    };
+    const struct
+    {
+        const char* stat;
+        std::vector<Load> loads;
+    } cases[] = {
+        {"cpu  9 9 9 9 9 9 9 9 9 9\ncpu0 10 20 30 40 5 6 7 8 9 10\ncpu1 1 2 3 4\nintr 1 2\n",
+         {{10, 30 + 6 + 7 + 8, 45, 20}, {1, 3, 4, 2}}},
+        {"cpu  1 1 1 1\ncpu2 5000000000 0 1 6000000000 4000000000\n", // two are offline
+         {{0, 0, 0, 0}, {0, 0, 0, 0}, {5'000'000'000, 1, 10'000'000'000, 0}}},
+        {"cpu0 1 2 3\ncpu1 1 2 x 4\ncpux 1 2 3 4\ncpu99999 1 1 1 1\nintr\ncpu0 1 1 1 1\n", {}},
+        {"", {}}};
+    for (const auto& [stat, expected] : cases)
+    {
+        const auto loads = processor_loads(stat);
+        ASSERT_EQ(loads.size(), expected.size()) << stat;
+        for (std::size_t i = 0; i < loads.size(); ++i)
+        {
+            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_USER], expected[i].user) << stat;
+            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_SYSTEM], expected[i].system) << stat;
+            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_IDLE], expected[i].idle) << stat;
+            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_NICE], expected[i].nice) << stat;
+        }
     }
-    EXPECT_EQ(sum, wide_sum);
-    EXPECT_GT(sum, 0x70000000U);
-    EXPECT_EQ(idle_percent(*load), 75U);
+    EXPECT_LE(
+        idle_percent(sum_of(processor_loads("cpu0 6960 532 18446722036854775807 947 94 8 0 0\n"
+                                            "cpu1 1 1 1 18446744073709551615 1\n"))),
+        100U);
 }
 
-TEST(ProcessorLoad, OfCountersNearTheirEndDoesNotWrap)
+TEST(HostErrors, AreErrnos)
 {
-    const auto load =
-        processor_load("cpu  6960 532 18446722036854775807 94783563202560 94 8 0 0\n");
-    ASSERT_TRUE(load);
-    EXPECT_LE(idle_percent(*load), 1U);
-    const auto idle = processor_load("cpu  1 1 1 18446744073709551615 18446744073709551615\n");
-    ASSERT_TRUE(idle);
-    EXPECT_GE(idle_percent(*idle), 99U);
+    EXPECT_EQ(errno_of(unix_err(EMFILE)), EMFILE);
+    EXPECT_EQ(errno_of(KERN_INVALID_ARGUMENT), EINVAL);
+    EXPECT_EQ(errno_of(KERN_RESOURCE_SHORTAGE), ENOMEM);
+    EXPECT_EQ(errno_of(KERN_FAILURE), EIO);
 }
 
-TEST(MemoryStatistics, AreInPages)
+TEST(Memory, CountersAreThoseOfTheKernelInBytes)
 {
-    const auto statistics = memory_statistics(
-        "MemTotal: 99 kB\nMemFree:   400 kB\nActive:  80 kB\nActive(anon): 1 kB\nInactive: 40 kB\n"
-        "Unevictable: 4 kB\nSUnreclaim: 8 kB\nKernelStack: 12 kB\nPageTables: 16 kB\n",
-        "pgpgin 4096\npgpgout 8192\npgfault 5000000000\npgactivate 3\npgfaultx 9\n", 4096);
-    ASSERT_TRUE(statistics);
-    EXPECT_EQ(statistics->free_count, 100U);
-    EXPECT_EQ(statistics->active_count, 20U);
-    EXPECT_EQ(statistics->inactive_count, 10U);
-    EXPECT_EQ(statistics->wire_count, 10U);
-    EXPECT_EQ(statistics->pageins, 1024U);
-    EXPECT_EQ(statistics->pageouts, 2048U);
-    EXPECT_EQ(statistics->faults, static_cast<natural_t>(5'000'000'000));
-    EXPECT_EQ(statistics->reactivations, 3U);
-    EXPECT_FALSE(memory_statistics("MemTotal: 99 kB\n", "", 4096));
-    EXPECT_FALSE(memory_statistics("MemFree: kB", "", 4096));
+    constexpr std::uint64_t kib = 1024;
+    const Memory memory = memory_counters(
+        "MemTotal:       24684096 kB\nMemFree:        21929732 kB\nMemAvailable:   23832952 kB\n"
+        "Buffers:           15668 kB\nCached:          2049980 kB\nSwapCached:            3 kB\n"
+        "Unevictable:          40 kB\nSwapTotal:       1048576 kB\nSwapFree:         948576 kB\n"
+        "Zswap:               128 kB\nSReclaimable:      86932 kB\nSUnreclaim:        22456 kB\n"
+        "KernelStack:        2096 kB\nPageTables:         4872 kB\nPercpu:              696 kB\n");
+    EXPECT_EQ(memory.total, 24'684'096U * kib);
+    EXPECT_EQ(memory.free, 21'929'732U * kib);
+    EXPECT_EQ(memory.available, 23'832'952U * kib);
+    EXPECT_EQ(memory.cached, (15'668U + 2'049'980 + 86'932) * kib);
+    EXPECT_EQ(memory.wired, (40U + 22'456 + 2096 + 4872 + 696) * kib);
+    EXPECT_EQ(memory.compressed, 128U * kib);
+    EXPECT_EQ(memory.swap_total, 1'048'576U * kib);
+    EXPECT_EQ(memory.swap_used, 100'000U * kib);
+    const Memory old =
+        memory_counters("MemTotal: 99 kB\nMemFree: kB\nMemFreeX: 5 kB\nSwapTotal: 0 kB\n");
+    EXPECT_EQ(old.total, 99U * kib);
+    for (const auto& value : {old.free, old.available, old.cached, old.wired, old.compressed,
+                              old.swap_used, old.process_limit})
+        EXPECT_FALSE(value);
 }
 
 TEST(Sysctl, RefusesWhatItDoesNotKnow)

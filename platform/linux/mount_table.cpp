@@ -7,16 +7,6 @@ namespace mirovan::platform
 namespace
 {
 
-/// Takes what stands before the next separator off a text. Fields may be empty: a mount may have an
-/// empty source.
-std::string_view next_field(std::string_view& text, char separator = ' ')
-{
-    const std::size_t length = text.find(separator);
-    const std::string_view field = text.substr(0, length);
-    text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
-    return field;
-}
-
 bool is_octal(std::string_view digits)
 {
     return digits.size() == 3 && digits.find_first_not_of("01234567") == std::string_view::npos &&
@@ -24,6 +14,14 @@ bool is_octal(std::string_view digits)
 }
 
 } // namespace
+
+std::string_view next_field(std::string_view& text, char separator)
+{
+    const std::size_t length = text.find(separator);
+    const std::string_view field = text.substr(0, length);
+    text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
+    return field;
+}
 
 std::optional<std::string_view> next_line(std::string_view& text)
 {
@@ -70,6 +68,22 @@ std::string unescape_octal(std::string_view text)
             value = value * 8 + static_cast<unsigned>(digit - '0');
         plain.push_back(static_cast<char>(value));
         at += digits.size();
+    }
+    return plain;
+}
+
+std::string unescape_hexadecimal(std::string_view name)
+{
+    std::string plain;
+    while (!name.empty())
+    {
+        unsigned char value = 0;
+        const std::string_view digits = name.starts_with("\\x") ? name.substr(2, 2) : "";
+        const auto [stop, error] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
+        const bool escape = error == std::errc{} && stop == digits.data() + 2;
+        plain.push_back(escape ? static_cast<char>(value) : name.front());
+        name.remove_prefix(escape ? 4 : 1);
     }
     return plain;
 }

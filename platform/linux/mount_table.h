@@ -36,8 +36,15 @@ std::optional<MountLine> parse_mount_line(std::string_view line);
 /// Takes the next line off a text, without its newline; none at the end.
 std::optional<std::string_view> next_line(std::string_view& text);
 
+/// Takes what stands before the next separator off a text, and the separator. Fields may be empty:
+/// a mount may have an empty source.
+std::string_view next_field(std::string_view& text, char separator = ' ');
+
 /// A text of the mount table with its escapes, such as \040 for a blank, resolved.
 std::string unescape_octal(std::string_view text);
+
+/// A name of /dev/disk/by-*, whose odd characters are written as \x20.
+std::string unescape_hexadecimal(std::string_view name);
 
 /// The line of the mount with an id or, where the kernel gives out no ids (0), the last one of a
 /// device.

@@ -1,9 +1,14 @@
 #include <sys/sysctl.h>
 
+#include "platform/linux/host_counters.h"
+#include "platform/linux/read_text.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <sys/sysinfo.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace
@@ -31,12 +36,28 @@ int give_processors(int which, void* oldp, std::size_t* oldlenp)
 
 int give_memory_size(void* oldp, std::size_t* oldlenp)
 {
-    struct sysinfo info
-    {
-    };
+    struct sysinfo info = {};
     if (sysinfo(&info) != 0)
         return -1;
     return give(std::uint64_t{info.totalram} * info.mem_unit, oldp, oldlenp);
+}
+
+int give_start_time(void* oldp, std::size_t* oldlenp)
+try
+{
+    std::string stat;
+    if (!mirovan::platform::read_text("/proc/stat", stat))
+        return -1;
+    const auto seconds = mirovan::platform::keyed_value(stat, "btime");
+    if (seconds)
+        return give(timeval{static_cast<time_t>(*seconds), 0}, oldp, oldlenp);
+    errno = EIO;
+    return -1;
+}
+catch (const std::bad_alloc&)
+{
+    errno = ENOMEM;
+    return -1;
 }
 
 } // namespace
@@ -50,6 +71,8 @@ int sysctl(int* name, unsigned int namelen, void* oldp, std::size_t* oldlenp, vo
         errno = EPERM;
         return -1;
     }
+    if (namelen == 2 && name[0] == CTL_KERN && name[1] == KERN_BOOTTIME && oldlenp != nullptr)
+        return give_start_time(oldp, oldlenp);
     if (namelen == 2 && name[0] == CTL_HW && oldlenp != nullptr)
     {
         switch (name[1])

@@ -1,11 +1,14 @@
 #include "source/system/account.h"
 
 #include "base/string.h"
+#include "source/operation.h"
 
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <pwd.h>
+#include <unistd.h>
 
 namespace mirovan
 {
@@ -81,3 +84,49 @@ std::optional<uid_t> user_of(const std::string& name)
 }
 
 } // namespace mirovan
+
+namespace
+{
+
+using namespace mirovan;
+
+// Capacities of a caller's buffers, as the header states them.
+constexpr std::size_t name_capacity = 256;
+constexpr std::size_t host_capacity = 1024;
+
+// A name that is unavailable is an empty string: these two never fail.
+
+void get_login_name(std::span<char> name) noexcept
+try
+{
+    name.front() = '\0';
+    copy_cut(name, login_name(geteuid()).value_or(""));
+}
+catch (const std::bad_alloc&)
+{
+    return;
+}
+
+/// A name that fills the buffer comes without a terminator.
+void get_host_name(std::span<char> name) noexcept
+{
+    if (gethostname(name.data(), name.size()) != 0)
+        name.front() = '\0';
+    name.back() = '\0';
+}
+
+bool get_names(char* user, char* host)
+{
+    if (user != nullptr)
+        get_login_name({user, name_capacity});
+    if (host != nullptr)
+        get_host_name({host, host_capacity});
+    return true;
+}
+
+} // namespace
+
+bool CMirovan_System::Mirovan_System_GetSysName(char* lpszUserName, char* lpszHostName)
+{
+    return operation<ERROR_MIROVAN_SYSTEM_QUERY_FAILED>(get_names, lpszUserName, lpszHostName);
+}

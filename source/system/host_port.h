@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cerrno>
+#include <mach/error.h>
 #include <mach/mach.h>
 
 namespace mirovan
 {
 
-/// The host's port; each one that is asked for is to be given back.
+/// The host's port; each one that is asked for has to be released.
 class HostPort
 {
 public:
@@ -19,5 +21,22 @@ public:
 private:
     mach_port_t port_ = mach_host_self();
 };
+
+/// The errno for the result of a failed call of the host: such calls leave errno alone.
+inline int errno_of(kern_return_t result) noexcept
+{
+    constexpr int errno_bits = code_emask;
+    if ((result & ~errno_bits) == unix_err(0))
+        return result & errno_bits;
+    switch (result)
+    {
+    case KERN_INVALID_ARGUMENT:
+        return EINVAL;
+    case KERN_RESOURCE_SHORTAGE:
+        return ENOMEM;
+    default:
+        return EIO;
+    }
+}
 
 } // namespace mirovan

@@ -1,10 +1,10 @@
-#include "base/string.h"
+#include "platform/host.h"
 #include "source/operation.h"
-#include "source/system/account.h"
+#include "source/sized_record.h"
+#include "source/system/processors.h"
 
-#include <CoreGraphics/CoreGraphics.h>
-#include <cstdlib>
-#include <cstring>
+#include <sys/sysctl.h>
+#include <sys/time.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -13,95 +13,55 @@ namespace
 
 using namespace mirovan;
 
-// Room that a caller gives, as the header states it.
-constexpr std::size_t name_room = 256;
-constexpr std::size_t host_room = 1024;
-
-/// The home platform's name for the release, and its kind; programs that ask compare with these.
-constexpr char code_name[] = "ventura";
-constexpr unsigned long system_type = 2;
-
-// What cannot be told is an empty text: these two never fail.
-
-void query_login_name(std::span<char> name) noexcept
-try
+/// When the system started, in nanoseconds since 1970. It stays the same from call to call, until
+/// somebody sets the clock.
+std::optional<std::int64_t> start_time()
 {
-    name.front() = '\0';
-    copy_cut(name, login_name(geteuid()).value_or(""));
-}
-catch (const std::bad_alloc&)
-{
-    return;
+    int name[] = {CTL_KERN, KERN_BOOTTIME};
+    timeval start{};
+    std::size_t size = sizeof start;
+    if (sysctl(name, 2, &start, &size, nullptr, 0) != 0)
+        return std::nullopt;
+    constexpr std::int64_t microseconds = 1'000'000;
+    constexpr std::int64_t nanoseconds = 1'000;
+    return (std::int64_t{start.tv_sec} * microseconds + start.tv_usec) * nanoseconds;
 }
 
-/// A name that fills the buffer comes without a terminator.
-void query_host_name(std::span<char> name) noexcept
+bool get_identity(MIROVAN_IDENTITY* record)
 {
-    if (gethostname(name.data(), name.size()) != 0)
-        name.front() = '\0';
-    name.back() = '\0';
+    if (!is_sized(record))
+        return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
+    utsname kernel{};
+    if (uname(&kernel) < 0)
+        return fail(ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED, errno);
+    const platform::SystemName system = platform::system_name();
+    auto identity = make_sized<MIROVAN_IDENTITY>();
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_SYSTEM_NAME, identity.tszSystemName, system.name);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_SYSTEM_VERSION, identity.tszSystemVersion,
+              system.version);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_KERNEL_NAME, identity.tszKernelName, kernel.sysname);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_KERNEL_VERSION, identity.tszKernelVersion,
+              kernel.release);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_ARCHITECTURE, identity.tszArchitecture,
+              kernel.machine);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_HOST_NAME, identity.tszHostName, kernel.nodename);
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_START_TIME, &MIROVAN_IDENTITY::nStartTime,
+              start_time());
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_PAGE_SIZE, &MIROVAN_IDENTITY::nPageSize,
+              std::optional{sysconf(_SC_PAGESIZE)});
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_PROCESSORS, &MIROVAN_IDENTITY::nProcessors,
+              processor_count(HW_NCPU));
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_PROCESSORS_ONLINE,
+              &MIROVAN_IDENTITY::nProcessorsOnline, processor_count(HW_AVAILCPU));
+    set_known(identity, MIROVAN_IDENTITY_KNOWN_PROCESSORS_USABLE,
+              &MIROVAN_IDENTITY::nProcessorsUsable, platform::usable_processors());
+    give(identity, record);
+    return true;
 }
 
 } // namespace
 
-bool CMirovan_System::Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszSysVersion,
-                                                  char* lpszSysCodeName, unsigned long* pnSysType,
-                                                  char* lpszSysRelease)
+bool CMirovan_System::Mirovan_System_GetIdentity(MIROVAN_IDENTITY* pstIdentity)
 {
-    clear_error();
-    if (lpszSysName == nullptr || lpszSysVersion == nullptr || lpszSysCodeName == nullptr ||
-        pnSysType == nullptr)
-        return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-    utsname system{};
-    // Success is any value but a negative one: some systems return more than 0.
-    if (uname(&system) < 0)
-        return fail(ERROR_MIROVAN_SYSTEM_QUERY_FAILED, errno);
-    if (lpszSysRelease != nullptr)
-        copy_cut({lpszSysRelease, name_room}, system.release);
-    *pnSysType = system_type;
-    copy_cut({lpszSysName, name_room}, system.sysname);
-    copy_cut({lpszSysVersion, name_room}, system.release);
-    std::memcpy(lpszSysCodeName, code_name, sizeof code_name);
-    return true;
-}
-
-bool CMirovan_System::Mirovan_System_GetSysName(char* lpszUserName, char* lpszHostName)
-{
-    clear_error();
-    if (lpszUserName != nullptr)
-        query_login_name({lpszUserName, name_room});
-    if (lpszHostName != nullptr)
-        query_host_name({lpszHostName, host_room});
-    return true;
-}
-
-bool CMirovan_System::Mirovan_System_GetScreen(int* pnWidth, int* pnHeight)
-{
-    clear_error();
-    if (pnWidth == nullptr || pnHeight == nullptr)
-        return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-    const CGDirectDisplayID display = CGMainDisplayID();
-    *pnWidth = static_cast<int>(CGDisplayPixelsWide(display));
-    *pnHeight = static_cast<int>(CGDisplayPixelsHigh(display));
-    return true;
-}
-
-bool CMirovan_System::Mirovan_System_GetLanguage(char* lpszLanguage)
-{
-    clear_error();
-    if (lpszLanguage == nullptr)
-        return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-    const char* language = std::getenv("LANG");
-    if (language == nullptr)
-        *lpszLanguage = '\0';
-    else
-        std::memcpy(lpszLanguage, language, std::strlen(language) + 1);
-    return true;
-}
-
-bool CMirovan_System::Mirovan_System_WMIQuery(const char* /*lpszQuery*/, const char* /*lpszKey*/,
-                                              char* /*lpszQueryResult*/, int /*nQueryResultSize*/)
-{
-    clear_error();
-    return true;
+    return operation<ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED>(get_identity, pstIdentity);
 }

@@ -16,6 +16,7 @@
 #include <link.h>
 #include <poll.h>
 #include <pwd.h>
+#include <sched.h>
 #include <spawn.h>
 #include <stdio_ext.h>
 #include <sys/mman.h>
@@ -447,6 +448,8 @@ extern "C"
              (user, record, texts, size, found), (*found = nullptr, way), EIO, EMFILE, ENFILE,
              ENOMEM, ERANGE, EINTR)
     FAILING(int, uname, (utsname * system), (system), EFAULT)
+    FAILING(int, sched_getaffinity, (pid_t id, std::size_t size, cpu_set_t* set), (id, size, set),
+            EPERM, ESRCH)
     FAILING(int, gethostname, (char* name, std::size_t size), (name, size), ENAMETOOLONG, EPERM)
     FAILING(int, sysinfo, (struct sysinfo * info), (info), EFAULT, EPERM)
     STAND_IN_WHEN(what == _SC_NPROCESSORS_ONLN || what == _SC_NPROCESSORS_CONF, long, sysconf,

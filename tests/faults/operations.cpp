@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 #include <pwd.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
@@ -477,6 +478,28 @@ void World::add_hardware()
             return disk->nDiskTotal == volume.f_blocks * volume.f_frsize &&
                    disk->nDiskFree <= disk->nDiskTotal;
         });
+    auto* const root = at<MIROVAN_VOLUME>();
+    add(
+        "ListVolumes", "hardware", {ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED}, sizeof *root,
+        [=]
+        {
+            const auto take = [](const MIROVAN_VOLUME* volume, void* to)
+            {
+                if (std::strcmp(volume->tszMountPoint, "/") == 0)
+                    *static_cast<MIROVAN_VOLUME*>(to) = *volume;
+                return true;
+            };
+            return Mirovan_HardWare_ListVolumes(0, take, root);
+        },
+        [=](Hit hit)
+        {
+            struct statvfs volume = {};
+            statvfs("/", &volume);
+            const bool is_sized = (root->nKnown & MIROVAN_VOLUME_KNOWN_TOTAL) != 0;
+            return std::strcmp(root->tszMountPoint, "/") == 0 && root->bLocal &&
+                   (is_sized || hit.fired != 0) &&
+                   root->nTotal == (is_sized ? volume.f_blocks * volume.f_frsize : 0);
+        });
     Operation& volumes = add(
         "GetDiskNumber", "hardware", codes, sizeof(Rows),
         [this]
@@ -660,6 +683,58 @@ void World::add_system()
                               memory->nFreeMemory != 0 && memory->nFreePercent <= 100);
         })
         .prepare = [=] { *memory = {}; };
+    auto* const record = at<MIROVAN_MEMORY_RECORD>();
+    add(
+        "GetMemoryRecord", "system", {ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED}, sizeof *record,
+        [=] { return Mirovan_System_GetMemoryRecord(record); },
+        [=](Hit)
+        {
+            const struct sysinfo info = system_info();
+            constexpr uint32_t needed = MIROVAN_MEMORY_KNOWN_TOTAL | MIROVAN_MEMORY_KNOWN_FREE;
+            return (record->nKnown & needed) == needed && record->nFree < record->nTotal &&
+                   record->nTotal == uint64_t{info.totalram} * info.mem_unit;
+        })
+        .prepare = [=] { record->nSize = sizeof *record; };
+    auto* const identity = at<MIROVAN_IDENTITY>();
+    add(
+        "GetIdentity", "system", {ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED}, sizeof *identity,
+        [=] { return Mirovan_System_GetIdentity(identity); },
+        [=](Hit hit)
+        {
+            utsname system{};
+            uname(&system);
+            cpu_set_t set;
+            sched_getaffinity(0, sizeof set, &set);
+            const auto usable = static_cast<uint32_t>(CPU_COUNT(&set));
+            const auto is_right = [=](uint32_t bit, auto value, auto expected)
+            {
+                const bool is_known = (identity->nKnown & bit) != 0;
+                return is_known ? value == expected : hit.fired != 0 && value == decltype(value){};
+            };
+            const auto text = [](const char* field) { return std::string{field}; };
+            return text(identity->tszKernelName) == system.sysname &&
+                   text(identity->tszHostName) == system.nodename &&
+                   is_right(MIROVAN_IDENTITY_KNOWN_PAGE_SIZE, identity->nPageSize,
+                            static_cast<uint64_t>(sysconf(_SC_PAGESIZE))) &&
+                   is_right(MIROVAN_IDENTITY_KNOWN_PROCESSORS, identity->nProcessors,
+                            static_cast<uint32_t>(sysconf(_SC_NPROCESSORS_CONF))) &&
+                   is_right(MIROVAN_IDENTITY_KNOWN_PROCESSORS_USABLE, identity->nProcessorsUsable,
+                            usable);
+        })
+        .prepare = [=] { identity->nSize = sizeof *identity; };
+    auto* const times = at<MIROVAN_PROCESSOR_TIMES>();
+    add(
+        "GetProcessorTimes", "system", {ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED}, sizeof *times,
+        [=]
+        {
+            const auto take = [](const MIROVAN_PROCESSOR_TIMES* one, void* to)
+            {
+                *static_cast<MIROVAN_PROCESSOR_TIMES*>(to) = *one;
+                return one->nProcessor == MIROVAN_PROCESSOR_ALL;
+            };
+            return Mirovan_System_GetProcessorTimes(take, times);
+        },
+        [=](Hit) { return times->nProcessor == 0 && times->nKnown == 0xF && times->nIdle != 0; });
     add(
         "GetUpTime", "system", {ERROR_MIROVAN_SYSTEM_QUERY_FAILED}, sizeof(TARVELO_LIBTIME),
         [this] { return Mirovan_System_GetUpTime(at<TARVELO_LIBTIME>()); },

@@ -83,26 +83,6 @@ std::string uuid_text(std::string_view text)
     return plain;
 }
 
-std::string unescape_hexadecimal(std::string_view name)
-{
-    std::string plain;
-    while (!name.empty())
-    {
-        if (name.starts_with("\\x") && name.size() >= 4 && is_hexadecimal(name[2]) &&
-            is_hexadecimal(name[3]))
-        {
-            unsigned value = 0;
-            std::from_chars(name.data() + 2, name.data() + 4, value, 16);
-            plain.push_back(static_cast<char>(value));
-            name.remove_prefix(4);
-            continue;
-        }
-        plain.push_back(name.front());
-        name.remove_prefix(1);
-    }
-    return plain;
-}
-
 std::string on_one_line(std::string_view text)
 {
     std::string line;

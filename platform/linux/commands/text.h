@@ -28,9 +28,6 @@ std::string capitals_if_hexadecimal(std::string_view text);
 /// and for the values that firmware gives when it has none.
 std::string uuid_text(std::string_view text);
 
-/// A name of /dev/disk/by-*, whose odd characters are written as \x20.
-std::string unescape_hexadecimal(std::string_view name);
-
 /// A text that is sure to stay on its line: control characters are written as \x0a.
 std::string on_one_line(std::string_view text);
 

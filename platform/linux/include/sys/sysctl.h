@@ -2,6 +2,9 @@
 
 #include <cstddef>
 
+constexpr int CTL_KERN = 1;
+constexpr int KERN_BOOTTIME = 21;
+
 constexpr int CTL_HW = 6;
 constexpr int HW_NCPU = 3;
 constexpr int HW_MEMSIZE = 24;

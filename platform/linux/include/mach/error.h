@@ -1,0 +1,9 @@
+#pragma once
+
+// A result that stands for an errno has it in the low 14 bits.
+constexpr int code_emask = 0x3FFF;
+
+constexpr int unix_err(int number)
+{
+    return 3 << 14 | number;
+}
