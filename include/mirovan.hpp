@@ -2,10 +2,12 @@
  * @file mirovan.hpp
  * @brief The operations of mirovan.h for C++20: values come back, failures are thrown or reported.
  *
- * Each function is one call of the C interface, whose header says what it does. A function
- * that can fail takes a std::error_code as its last argument: given one, it reports into it and
- * returns an empty value; without one it throws mirovan::error. It reports the calling thread's own error, so it is
- * right in programs with threads.
+ * Each function is one call of the C interface, whose header says what it does. A function that can
+ * fail has two forms, as in the standard library: one throws mirovan::error, the other has a
+ * std::error_code& as its last parameter, reports into it and returns an empty value. The code
+ * compares with the constants of ::MIROVAN_ERROR_MAP and, by the errno behind it, with std::errc.
+ * Errors are those of the calling thread. A path or command with a null character in it fails with
+ * EINVAL.
  *
  * @code
  * for (const std::filesystem::path& file : mirovan::file::list("/etc/\*.conf"))
@@ -26,9 +28,13 @@
 #include <compare>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -37,23 +43,57 @@
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
+
+#include <fnmatch.h>
+#include <sys/stat.h>
 
 namespace mirovan
 {
 
-/** The category of the library's error codes. */
+/** The category of the library's error codes: one object for each errno that is behind them. */
+class MIROVAN_API category final : public std::error_category
+{
+public:
+    /** "mirovan". */
+    [[nodiscard]] const char* name() const noexcept override { return "mirovan"; }
+    /** The constant of a code and its sentence. */
+    [[nodiscard]] std::string message(int code) const override
+    {
+        return Mirovan_GetErrorText(static_cast<uint64_t>(code));
+    }
+    /** The errno, so that codes compare with std::errc. */
+    [[nodiscard]] std::error_condition default_error_condition(int code) const noexcept override
+    {
+        return errno_ == 0 ? std::error_condition{code, *this}
+                           : std::generic_category().default_error_condition(errno_);
+    }
+
+    /** The category for an errno; 0 for none. */
+    static const category& of(int system_errno) noexcept
+    {
+        constexpr int count = 256;
+        struct table
+        {
+            category each[count];
+            table()
+            {
+                for (int number = 0; number < count; ++number)
+                    each[number].errno_ = number;
+            }
+        };
+        static const table categories;
+        return categories.each[system_errno > 0 && system_errno < count ? system_errno : 0];
+    }
+
+private:
+    int errno_ = 0;
+};
+
+/** The category of codes without an errno. */
 MIROVAN_API inline const std::error_category& error_category() noexcept
 {
-    class Category final : public std::error_category
-    {
-        [[nodiscard]] const char* name() const noexcept override { return "mirovan"; }
-        [[nodiscard]] std::string message(int code) const override
-        {
-            return Mirovan_GetErrorText(static_cast<uint64_t>(code));
-        }
-    };
-    static const Category category;
-    return category;
+    return category::of(0);
 }
 
 /**
@@ -108,7 +148,11 @@ private:
         sentence.erase(sentence.find_last_not_of('.') + 1);
         std::string message{operation};
         if (!subject.empty())
-            message.append(": ").append(subject);
+        {
+            message.append(": ");
+            for (const char character : subject)
+                message.append(character == '\0' ? "\\0" : std::string{character});
+        }
         message.append(": ").append(sentence);
         if (system)
             message.append(": ").append(system.message());
@@ -119,8 +163,23 @@ private:
     std::runtime_error message_; // copies without throwing, as an exception must
 };
 
-/** Stands for "throw" where a function takes a std::error_code. */
+/** @cond internal */
+namespace detail
+{
+
+/** Stands for "throw" in a function that takes a std::error_code. */
 inline std::error_code throws;
+
+/** The characters of a text; null, which every operation rejects, when a null character ends it
+ *  early. */
+template <class Text>
+auto c_string(const Text& text)
+{
+    return text.find(typename Text::value_type{}) == Text::npos ? text.c_str() : nullptr;
+}
+
+} // namespace detail
+/** @endcond */
 
 /** A path in any of its forms: UTF-8 or a filesystem path, wide, or UTF-32. */
 class path_argument
@@ -144,8 +203,8 @@ public:
     auto call(Narrow narrow, Wide wide, Arguments... arguments) const
     {
         if (const auto* text = std::get_if<std::string>(&path_))
-            return narrow(text->c_str(), arguments...);
-        return wide(std::get<std::wstring>(path_).c_str(), arguments...);
+            return narrow(detail::c_string(*text), arguments...);
+        return wide(detail::c_string(std::get<std::wstring>(path_)), arguments...);
     }
 
     /** The path in UTF-8, for messages. */
@@ -193,8 +252,8 @@ bool report(bool succeeded, std::error_code& ec, const char* operation, const Su
     const uint64_t code = Mirovan_GetThreadError(nullptr, &system_errno);
     std::error_code outcome;
     if (!succeeded)
-        outcome.assign(static_cast<int>(code), error_category());
-    if (&ec != &throws)
+        outcome.assign(static_cast<int>(code), category::of(system_errno));
+    if (&ec != &detail::throws)
         ec = outcome;
     else if (!succeeded)
         throw error(outcome, system_errno, operation, (std::string{} + ... + subject(on)));
@@ -302,7 +361,7 @@ struct attributes_record
 };
 
 /** See Mirovan_File_GetFileAttrA(). */
-inline attributes_record attributes(const path_argument& path, std::error_code& ec = throws)
+inline attributes_record attributes(const path_argument& path, std::error_code& ec)
 {
     MIROVAN_FILE_ATTR record{};
     if (!detail::report(path.call(Mirovan_File_GetFileAttrA, Mirovan_File_GetFileAttrW, &record),
@@ -318,32 +377,52 @@ inline attributes_record attributes(const path_argument& path, std::error_code& 
             record.bIsHidden,
             record.bIsReadable};
 }
+/** The same; throws mirovan::error. */
+inline attributes_record attributes(const path_argument& path)
+{
+    return attributes(path, detail::throws);
+}
 
 /** See Mirovan_File_CreateMutilFolderA(). */
-inline void create_folders(const path_argument& path, std::error_code& ec = throws)
+inline void create_folders(const path_argument& path, std::error_code& ec)
 {
     detail::report(path.call(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW), ec,
                    "create_folders", path);
 }
+/** The same; throws mirovan::error. */
+inline void create_folders(const path_argument& path)
+{
+    return create_folders(path, detail::throws);
+}
 
 /** See Mirovan_File_DeleteMutilFolderA(). */
-inline void delete_folder(const path_argument& path, std::error_code& ec = throws)
+inline void delete_folder(const path_argument& path, std::error_code& ec)
 {
     detail::report(
         path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, true), ec,
         "delete_folder", path);
 }
+/** The same; throws mirovan::error. */
+inline void delete_folder(const path_argument& path)
+{
+    return delete_folder(path, detail::throws);
+}
 
 /** Deletes what is in a folder and keeps it; see Mirovan_File_DeleteMutilFolderA(). */
-inline void empty_folder(const path_argument& path, std::error_code& ec = throws)
+inline void empty_folder(const path_argument& path, std::error_code& ec)
 {
     detail::report(
         path.call(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW, false), ec,
         "empty_folder", path);
 }
+/** The same; throws mirovan::error. */
+inline void empty_folder(const path_argument& path)
+{
+    return empty_folder(path, detail::throws);
+}
 
 /** See Mirovan_File_SaveBuffToFileA(); at most 2 GiB less one byte. */
-inline void save(const path_argument& path, std::string_view content, std::error_code& ec = throws)
+inline void save(const path_argument& path, std::string_view content, std::error_code& ec)
 {
     // A length that an int cannot hold is refused like a negative one.
     const bool fits = content.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
@@ -352,14 +431,23 @@ inline void save(const path_argument& path, std::string_view content, std::error
                              content.empty() ? "" : content.data(), length),
                    ec, "save", path);
 }
+/** The same; throws mirovan::error. */
+inline void save(const path_argument& path, std::string_view content)
+{
+    return save(path, content, detail::throws);
+}
 
 /** See Mirovan_File_CreateSparseFileA(). */
-inline void create_zero_filled(const path_argument& path, std::int64_t size,
-                               std::error_code& ec = throws)
+inline void create_zero_filled(const path_argument& path, std::int64_t size, std::error_code& ec)
 {
     detail::report(path.call(Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW,
                              static_cast<long long>(size)),
                    ec, "create_zero_filled", path);
+}
+/** The same; throws mirovan::error. */
+inline void create_zero_filled(const path_argument& path, std::int64_t size)
+{
+    return create_zero_filled(path, size, detail::throws);
 }
 
 /** What copy() does with a destination that exists. */
@@ -371,20 +459,44 @@ enum class existing
 
 /** See Mirovan_File_CopyFileA(). */
 inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
-                 existing destination = existing::replace, std::error_code& ec = throws)
+                 existing destination, std::error_code& ec)
 {
-    detail::report(
-        Mirovan_File_CopyFileA(from.c_str(), to.c_str(), destination == existing::refuse), ec,
-        "copy", from, " to ", to);
+    detail::report(Mirovan_File_CopyFileA(detail::c_string(from.native()),
+                                          detail::c_string(to.native()),
+                                          destination == existing::refuse),
+                   ec, "copy", from, " to ", to);
+}
+/** The same with a default. */
+inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
+                 std::error_code& ec)
+{
+    return copy(from, to, existing::replace, ec);
+}
+/** The same; throws mirovan::error. */
+inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
+                 existing destination = existing::replace)
+{
+    return copy(from, to, destination, detail::throws);
 }
 
 /** See Mirovan_File_CopyFileW(). */
-inline void copy(const std::wstring& from, const std::wstring& to,
-                 existing destination = existing::replace, std::error_code& ec = throws)
+inline void copy(const std::wstring& from, const std::wstring& to, existing destination,
+                 std::error_code& ec)
 {
-    detail::report(
-        Mirovan_File_CopyFileW(from.c_str(), to.c_str(), destination == existing::refuse), ec,
-        "copy", from, " to ", to);
+    detail::report(Mirovan_File_CopyFileW(detail::c_string(from), detail::c_string(to),
+                                          destination == existing::refuse),
+                   ec, "copy", from, " to ", to);
+}
+/** The same with a default. */
+inline void copy(const std::wstring& from, const std::wstring& to, std::error_code& ec)
+{
+    return copy(from, to, existing::replace, ec);
+}
+/** The same; throws mirovan::error. */
+inline void copy(const std::wstring& from, const std::wstring& to,
+                 existing destination = existing::replace)
+{
+    return copy(from, to, destination, detail::throws);
 }
 
 /** What list() lists. */
@@ -405,19 +517,341 @@ enum class depth
 /** The paths that list() found. */
 using path_list = detail::rows<std::filesystem::path>;
 
-/** See Mirovan_File_EnumFileA(). Finding nothing is a success here: the range is empty. */
-inline path_list list(const std::filesystem::path& folder_or_pattern, kind what = kind::files,
-                      depth how_deep = depth::one_level, std::error_code& ec = throws)
+/**
+ * The entries of a folder or of the tree below it; see Mirovan_File_EnumFileA().
+ *
+ * A path is a pattern only with a star in its last part, such as "folder/\*.txt": of the pattern
+ * only the extension counts, and it selects the files whose extension begins with it. Finding
+ * nothing is a success here: the range is empty. Paths of more than 1,023 bytes are left out.
+ */
+inline path_list list(const std::filesystem::path& folder_or_pattern, kind what, depth how_deep,
+                      std::error_code& ec)
 {
+    std::string path = folder_or_pattern.native();
+    const std::size_t last = path.find_last_of('/') + 1;
+    // A slash at its end keeps a path that does not exist from being read as a pattern.
+    if (!path.empty() && path.find('*', last) == std::string::npos)
+        path += '/';
     char** table = nullptr;
     int count = 0;
     const bool found =
-        Mirovan_File_EnumFileA(folder_or_pattern.c_str(), &table, &count,
+        Mirovan_File_EnumFileA(detail::c_string(path), &table, &count,
                                how_deep == depth::whole_tree, static_cast<int>(what));
     const bool empty =
         !found && Mirovan_GetThreadError(nullptr, nullptr) == ERROR_MIROVAN_FILE_ENUM_EMPTY;
     detail::report(found || empty, ec, "list", folder_or_pattern);
     return {table, found ? count : 0};
+}
+/** The same with a default. */
+inline path_list list(const std::filesystem::path& folder_or_pattern, kind what,
+                      std::error_code& ec)
+{
+    return list(folder_or_pattern, what, depth::one_level, ec);
+}
+/** The same with defaults. */
+inline path_list list(const std::filesystem::path& folder_or_pattern, std::error_code& ec)
+{
+    return list(folder_or_pattern, kind::files, depth::one_level, ec);
+}
+/** The same; throws mirovan::error. */
+inline path_list list(const std::filesystem::path& folder_or_pattern, kind what = kind::files,
+                      depth how_deep = depth::one_level)
+{
+    return list(folder_or_pattern, what, how_deep, detail::throws);
+}
+
+/** What an entry of walk() is. */
+enum class entry_kind
+{
+    unknown = MIROVAN_KIND_UNKNOWN,
+    file = MIROVAN_KIND_FILE,
+    folder = MIROVAN_KIND_FOLDER,
+    link = MIROVAN_KIND_LINK,
+    other = MIROVAN_KIND_OTHER
+};
+
+/** A moment, to the nanosecond. */
+using time_point = std::chrono::sys_time<std::chrono::nanoseconds>;
+
+/** The status of an entry of walk(). */
+struct status_record
+{
+    std::uint64_t size = 0;        /**< In bytes. */
+    std::uint64_t allocated = 0;   /**< Bytes that it takes on the volume. */
+    time_point modified;           /**< Last modification. */
+    time_point accessed;           /**< Last access. */
+    time_point changed;            /**< Last change of the status. */
+    std::uint32_t permissions = 0; /**< Permission bits. */
+    std::uint64_t device = 0;      /**< Device of its volume. */
+    std::uint64_t inode = 0;       /**< Number on its volume. */
+    std::uint64_t links = 0;       /**< Number of hard links. */
+    std::uint32_t user_id = 0;     /**< Owner. */
+    std::uint32_t group_id = 0;    /**< Group. */
+};
+
+/** What walk() finds. */
+struct entry
+{
+    std::filesystem::path path;          /**< The folder given and the names below it. */
+    entry_kind kind{};                   /**< What it is. */
+    int depth = 0;                       /**< 1 in the folder given. */
+    int error = 0;                       /**< errno: why it, or what is in it, cannot be read. */
+    std::optional<status_record> status; /**< When asked for, and known. */
+    std::filesystem::path link_target;   /**< Of a symbolic link, with the status. */
+};
+
+/** Options of walk(). */
+struct walk_options
+{
+    int max_depth = 0;         /**< Deepest level; 0 for all. */
+    std::string pattern;       /**< For names, as fnmatch() has it; empty for all. */
+    bool same_volume = false;  /**< Do not enter other volumes. */
+    bool folders_last = false; /**< Folders after what is in them. */
+    bool with_status = false;  /**< Read the status of each entry. */
+};
+
+/** @cond internal */
+namespace impl
+{
+
+inline entry to_entry(const MIROVAN_WALK_ENTRY& from)
+{
+    const auto time = [](int64_t value) { return time_point{std::chrono::nanoseconds{value}}; };
+    entry to;
+    to.path = from.lpszPath;
+    to.kind = static_cast<entry_kind>(from.nKind);
+    to.depth = from.nDepth;
+    to.error = from.nErrno;
+    if ((from.nKnown & MIROVAN_WALK_KNOWN_STATUS) != 0)
+        to.status = {static_cast<std::uint64_t>(from.nFileSize),
+                     static_cast<std::uint64_t>(from.nAllocatedSize),
+                     time(from.nModifyTime),
+                     time(from.nAccessTime),
+                     time(from.nStatusTime),
+                     from.nPermissions,
+                     from.nDevice,
+                     from.nInode,
+                     from.nLinkCount,
+                     from.nUserId,
+                     from.nGroupId};
+    if (from.lpszLinkTarget != nullptr)
+        to.link_target = from.lpszLinkTarget;
+    return to;
+}
+
+/** Calls a function for each entry; an exception in it ends the walk and is thrown on. */
+template <class Function>
+bool walk(const std::filesystem::path& folder, const walk_options& options, Function&& function)
+{
+    struct context
+    {
+        Function& function;
+        std::exception_ptr thrown;
+    } given{function, {}};
+    const auto take = [](const MIROVAN_WALK_ENTRY* found, void* pointer)
+    {
+        auto& to = *static_cast<context*>(pointer);
+        try
+        {
+            return static_cast<int>(to.function(to_entry(*found)));
+        }
+        catch (...)
+        {
+            to.thrown = std::current_exception();
+            return static_cast<int>(MIROVAN_WALK_STOP);
+        }
+    };
+    const auto flag = [](bool wanted, MIROVAN_WALK_FLAG value)
+    { return wanted ? static_cast<uint32_t>(value) : 0; };
+    const MIROVAN_WALK walk = {sizeof walk,
+                               flag(options.with_status, MIROVAN_WALK_STATUS) |
+                                   flag(options.same_volume, MIROVAN_WALK_SAME_VOLUME) |
+                                   flag(options.folders_last, MIROVAN_WALK_FOLDERS_LAST),
+                               options.max_depth, 0,
+                               options.pattern.empty() ? nullptr : options.pattern.c_str()};
+    const bool walked = Mirovan_File_Walk(detail::c_string(folder.native()), &walk, take, &given);
+    if (given.thrown)
+        std::rethrow_exception(given.thrown);
+    return walked;
+}
+
+} // namespace impl
+/** @endcond */
+
+/** What the function of for_each_entry() returns. */
+enum class next
+{
+    go_on = MIROVAN_WALK_CONTINUE,
+    skip = MIROVAN_WALK_SKIP, /**< Do not enter this folder. */
+    stop = MIROVAN_WALK_STOP
+};
+
+/** Calls a function, which takes an entry and returns what is next, for each entry below a folder;
+ *  see Mirovan_File_Walk(). */
+template <class Function>
+void for_each_entry(const std::filesystem::path& folder, const walk_options& options,
+                    Function&& function, std::error_code& ec)
+{
+    detail::report(impl::walk(folder, options, function), ec, "walk", folder);
+}
+/** The same; throws mirovan::error. */
+template <class Function>
+void for_each_entry(const std::filesystem::path& folder, const walk_options& options,
+                    Function&& function)
+{
+    for_each_entry(folder, options, function, detail::throws);
+}
+
+/**
+ * The entries below a folder, as a range that is read as the walk goes on.
+ *
+ * It reads one folder at a time, just before it comes to its entry, and keeps what is in the folders
+ * above. See Mirovan_File_Walk().
+ */
+class walk_range
+{
+public:
+    /** An iterator that is passed once. */
+    class iterator
+    {
+    public:
+        using iterator_concept = std::input_iterator_tag; /**< Passed once. */
+        using value_type = entry;                         /**< What it gives. */
+        using difference_type = std::ptrdiff_t;           /**< As iterators have it. */
+
+        iterator() = default;
+        /** @cond internal */
+        explicit iterator(walk_range* range) : range_{range} {}
+        /** @endcond */
+        const entry& operator*() const { return *range_->now_; }
+        const entry* operator->() const { return &*range_->now_; }
+        iterator& operator++()
+        {
+            range_->advance();
+            return *this;
+        }
+        void operator++(int) { range_->advance(); }
+        bool operator==(std::default_sentinel_t) const { return !range_->now_; }
+
+    private:
+        walk_range* range_ = nullptr;
+    };
+
+    /** @cond internal */
+    walk_range(std::filesystem::path folder, walk_options options, std::error_code& ec)
+        : options_{std::move(options)}
+    {
+        struct stat status = {};
+        if (options_.same_volume && stat(folder.c_str(), &status) == 0)
+            device_ = static_cast<std::uint64_t>(status.st_dev);
+        if (detail::report(read(folder, 1), ec, "walk", folder))
+            advance();
+    }
+    /** @endcond */
+
+    /** Starts, once. */
+    iterator begin() { return iterator{this}; }
+    /** The end of the walk. */
+    [[nodiscard]] std::default_sentinel_t end() const { return {}; }
+    /** Leaves out what is in the folder that the iterator is at. */
+    void skip()
+    {
+        if (entered_)
+            levels_.pop_back();
+        entered_ = false;
+    }
+
+private:
+    struct level
+    {
+        std::vector<entry> entries;
+        std::size_t next = 0;
+        std::optional<entry> folder; ///< Reported after the entries.
+    };
+
+    /// Reads the entries of one folder as a new level.
+    bool read(const std::filesystem::path& folder, int depth)
+    {
+        walk_options one = options_;
+        one.max_depth = 1;
+        one.folders_last = false;
+        one.pattern.clear();
+        one.with_status |= one.same_volume;
+        level found;
+        const bool walked = impl::walk(folder, one,
+                                       [&](entry&& each)
+                                       {
+                                           each.depth += depth - 1;
+                                           found.entries.push_back(std::move(each));
+                                           return MIROVAN_WALK_CONTINUE;
+                                       });
+        if (walked)
+            levels_.push_back(std::move(found));
+        return walked;
+    }
+
+    [[nodiscard]] bool matches(const entry& each) const
+    {
+        return options_.pattern.empty() || each.error != 0 ||
+               fnmatch(options_.pattern.c_str(), each.path.filename().c_str(), 0) == 0;
+    }
+
+    [[nodiscard]] bool may_enter(const entry& each) const
+    {
+        return each.kind == entry_kind::folder && each.error == 0 &&
+               (options_.max_depth == 0 || each.depth < options_.max_depth) &&
+               (!options_.same_volume || (each.status && each.status->device == device_));
+    }
+
+    void advance()
+    {
+        now_.reset();
+        entered_ = false;
+        while (!now_ && !levels_.empty())
+        {
+            level& top = levels_.back();
+            const bool is_over = top.next == top.entries.size();
+            std::optional<entry> each =
+                is_over ? std::move(top.folder) : std::move(top.entries[top.next++]);
+            if (is_over)
+                levels_.pop_back();
+            else if (may_enter(*each))
+            {
+                entered_ = read(each->path, each->depth + 1);
+                if (!entered_)
+                    Mirovan_GetThreadError(nullptr, &each->error);
+                else if (options_.folders_last)
+                    levels_.back().folder = std::exchange(each, {});
+            }
+            if (each && matches(*each))
+                now_ = std::move(each);
+            else
+                entered_ = false;
+        }
+    }
+
+    walk_options options_;
+    std::uint64_t device_ = 0;
+    std::vector<level> levels_;
+    std::optional<entry> now_;
+    bool entered_ = false; ///< The level on top is what is in now_.
+};
+
+/** The entries below a folder; see walk_range. */
+inline walk_range walk(const std::filesystem::path& folder, const walk_options& options,
+                       std::error_code& ec)
+{
+    return {folder, options, ec};
+}
+/** The same with a default. */
+inline walk_range walk(const std::filesystem::path& folder, std::error_code& ec)
+{
+    return walk(folder, walk_options{}, ec);
+}
+/** The same; throws mirovan::error. */
+inline walk_range walk(const std::filesystem::path& folder, const walk_options& options = {})
+{
+    return walk(folder, options, detail::throws);
 }
 
 } // namespace file
@@ -445,24 +879,34 @@ struct volume_record
 };
 
 /** See Mirovan_HardWare_GetDiskInfomation(). */
-inline volume_record volume(const std::filesystem::path& path, std::error_code& ec = throws)
+inline volume_record volume(const std::filesystem::path& path, std::error_code& ec)
 {
     tag_Mirovan_Disk_Information record{};
-    detail::report(Mirovan_HardWare_GetDiskInfomation(path.c_str(), &record, 1), ec, "volume",
-                   path);
+    detail::report(Mirovan_HardWare_GetDiskInfomation(detail::c_string(path.native()), &record, 1),
+                   ec, "volume", path);
     return {static_cast<file_system>(record.nFileSystem), record.nDiskTotal, record.nDiskFree};
+}
+/** The same; throws mirovan::error. */
+inline volume_record volume(const std::filesystem::path& path)
+{
+    return volume(path, detail::throws);
 }
 
 /** The names that volume_names() found. */
 using name_list = detail::rows<std::string>;
 
 /** See Mirovan_HardWare_GetDiskNumber(). */
-inline name_list volume_names(std::error_code& ec = throws)
+inline name_list volume_names(std::error_code& ec)
 {
     char** table = nullptr;
     int count = 0;
     detail::report(Mirovan_HardWare_GetDiskNumber(&table, &count), ec, "volume_names");
     return {table, count};
+}
+/** The same; throws mirovan::error. */
+inline name_list volume_names()
+{
+    return volume_names(detail::throws);
 }
 
 /** What processor() tells; what the machine does not is empty or 0. */
@@ -476,12 +920,17 @@ struct processor_record
 };
 
 /** See Mirovan_HardWare_GetCpuInfomation(). */
-inline processor_record processor(std::error_code& ec = throws)
+inline processor_record processor(std::error_code& ec)
 {
     tag_Mirovan_Cpu_Information record{};
     detail::report(Mirovan_HardWare_GetCpuInfomation(&record), ec, "processor");
     return {record.tszProcessorName, record.tszModelIdentifier, record.nProcessorSpeed,
             record.nProcessorOnline, record.nHardwareThreads};
+}
+/** The same; throws mirovan::error. */
+inline processor_record processor()
+{
+    return processor(detail::throws);
 }
 
 /** What serials() tells; what the machine does not is empty. */
@@ -494,12 +943,17 @@ struct serial_record
 };
 
 /** See Mirovan_HardWare_GetSerial(). */
-inline serial_record serials(std::error_code& ec = throws)
+inline serial_record serials(std::error_code& ec)
 {
     tag_Mirovan_SdkSerial_Information record{};
     detail::report(Mirovan_HardWare_GetSerial(&record), ec, "serials");
     return {detail::field(record.tszPlatformSerial), detail::field(record.tszSystemSerial),
             detail::field(record.tszVolumeUUID), detail::field(record.tszHardwareUUID)};
+}
+/** The same; throws mirovan::error. */
+inline serial_record serials()
+{
+    return serials(detail::throws);
 }
 
 } // namespace hardware
@@ -516,8 +970,7 @@ struct lines
 };
 
 /** The output of a shell command, of any length; see Mirovan_Process_ReadCmdLines(). */
-inline std::string output(const std::string& command, lines selection = {},
-                          std::error_code& ec = throws)
+inline std::string output(const std::string& command, lines selection, std::error_code& ec)
 {
     std::string text;
     const auto append = [](const char* piece, int length, void* to)
@@ -525,10 +978,20 @@ inline std::string output(const std::string& command, lines selection = {},
         static_cast<std::string*>(to)->append(piece, static_cast<std::size_t>(length));
         return true;
     };
-    detail::report(Mirovan_Process_ReadCmdLines(command.c_str(), selection.count, selection.first,
-                                                append, &text),
+    detail::report(Mirovan_Process_ReadCmdLines(detail::c_string(command), selection.count,
+                                                selection.first, append, &text),
                    ec, "output", command);
     return text;
+}
+/** The same with a default. */
+inline std::string output(const std::string& command, std::error_code& ec)
+{
+    return output(command, lines{}, ec);
+}
+/** The same; throws mirovan::error. */
+inline std::string output(const std::string& command, lines selection = {})
+{
+    return output(command, selection, detail::throws);
 }
 
 /** What info() tells. */
@@ -545,7 +1008,7 @@ struct info_record
 };
 
 /** See Mirovan_Process_GetProcessInfo(). */
-inline info_record info(int id, std::error_code& ec = throws)
+inline info_record info(int id, std::error_code& ec)
 {
     tag_Mirovan_Process_Infomation record{};
     if (!detail::report(Mirovan_Process_GetProcessInfo(&record, nullptr, id), ec, "info", id))
@@ -559,29 +1022,64 @@ inline info_record info(int id, std::error_code& ec = throws)
             std::uint64_t{record.nResidentSize} << 2U,
             record.nPageIns};
 }
+/** The same; throws mirovan::error. */
+inline info_record info(int id)
+{
+    return info(id, detail::throws);
+}
 
 /** In thousandths of a processor; see Mirovan_Process_GetProcessCpuUsage(). */
-inline int cpu_usage(int id = 0, std::error_code& ec = throws)
+inline int cpu_usage(int id, std::error_code& ec)
 {
     int usage = 0;
     detail::report(Mirovan_Process_GetProcessCpuUsage(&usage, id), ec, "cpu_usage", id);
     return usage;
 }
+/** The same with a default. */
+inline int cpu_usage(std::error_code& ec)
+{
+    return cpu_usage(0, ec);
+}
+/** The same; throws mirovan::error. */
+inline int cpu_usage(int id = 0)
+{
+    return cpu_usage(id, detail::throws);
+}
 
 /** See Mirovan_Process_GetUpTime(). */
-inline std::chrono::local_seconds start_time(int id = 0, std::error_code& ec = throws)
+inline std::chrono::local_seconds start_time(int id, std::error_code& ec)
 {
     TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
     detail::report(Mirovan_Process_GetUpTime(&time, id), ec, "start_time", id);
     return detail::local(time);
 }
+/** The same with a default. */
+inline std::chrono::local_seconds start_time(std::error_code& ec)
+{
+    return start_time(0, ec);
+}
+/** The same; throws mirovan::error. */
+inline std::chrono::local_seconds start_time(int id = 0)
+{
+    return start_time(id, detail::throws);
+}
 
 /** See Mirovan_Process_GetPath(). */
-inline std::filesystem::path path(int id = 0, std::error_code& ec = throws)
+inline std::filesystem::path path(int id, std::error_code& ec)
 {
     char buffer[MIROVAN_PATH_SIZE] = "";
     detail::report(Mirovan_Process_GetPath(buffer, id), ec, "path", id);
     return buffer;
+}
+/** The same with a default. */
+inline std::filesystem::path path(std::error_code& ec)
+{
+    return path(0, ec);
+}
+/** The same; throws mirovan::error. */
+inline std::filesystem::path path(int id = 0)
+{
+    return path(id, detail::throws);
 }
 
 /** See Mirovan_Process_IsAdmin(). */
@@ -591,64 +1089,131 @@ inline bool is_admin()
 }
 
 /** See Mirovan_Process_GetPriority(). */
-inline int priority(int id = 0, std::error_code& ec = throws)
+inline int priority(int id, std::error_code& ec)
 {
     int value = 0;
     detail::report(Mirovan_Process_GetPriority(&value, id), ec, "priority", id);
     return value;
 }
+/** The same with a default. */
+inline int priority(std::error_code& ec)
+{
+    return priority(0, ec);
+}
+/** The same; throws mirovan::error. */
+inline int priority(int id = 0)
+{
+    return priority(id, detail::throws);
+}
 
 /** See Mirovan_Process_SetPriority(). */
-inline void set_priority(int value, int id = 0, std::error_code& ec = throws)
+inline void set_priority(int value, int id, std::error_code& ec)
 {
     detail::report(Mirovan_Process_SetPriority(value, id), ec, "set_priority", id);
 }
+/** The same with a default. */
+inline void set_priority(int value, std::error_code& ec)
+{
+    return set_priority(value, 0, ec);
+}
+/** The same; throws mirovan::error. */
+inline void set_priority(int value, int id = 0)
+{
+    return set_priority(value, id, detail::throws);
+}
 
 /** Interrupts a process and waits for it when it is a child; see Mirovan_Process_Stop(). */
-inline void stop(int id, std::error_code& ec = throws)
+inline void stop(int id, std::error_code& ec)
 {
     detail::report(Mirovan_Process_Stop(nullptr, id, false), ec, "stop", id);
 }
+/** The same; throws mirovan::error. */
+inline void stop(int id)
+{
+    return stop(id, detail::throws);
+}
 
 /** The same for the first process whose line in the process list matches a grep pattern. */
-inline void stop_matching(const std::string& pattern, std::error_code& ec = throws)
+inline void stop_matching(const std::string& pattern, std::error_code& ec)
 {
-    detail::report(Mirovan_Process_Stop(pattern.c_str(), 0, false), ec, "stop_matching", pattern);
+    detail::report(Mirovan_Process_Stop(detail::c_string(pattern), 0, false), ec, "stop_matching",
+                   pattern);
+}
+/** The same; throws mirovan::error. */
+inline void stop_matching(const std::string& pattern)
+{
+    return stop_matching(pattern, detail::throws);
 }
 
 /** Starts a program with an empty environment; see Mirovan_Process_CreateProcess(). */
-inline int create(const std::filesystem::path& program, const std::string& arguments = {},
-                  std::error_code& ec = throws)
+inline int create(const std::filesystem::path& program, const std::string& arguments,
+                  std::error_code& ec)
 {
     unsigned long id = 0;
-    detail::report(Mirovan_Process_CreateProcess(&id, program.c_str(), arguments.c_str(), false),
+    detail::report(Mirovan_Process_CreateProcess(&id,
+                                                 detail::c_string(arguments) != nullptr
+                                                     ? detail::c_string(program.native())
+                                                     : nullptr,
+                                                 arguments.c_str(), false),
                    ec, "create", program);
     return static_cast<int>(id);
 }
+/** The same with a default. */
+inline int create(const std::filesystem::path& program, std::error_code& ec)
+{
+    return create(program, std::string{}, ec);
+}
+/** The same; throws mirovan::error. */
+inline int create(const std::filesystem::path& program, const std::string& arguments = {})
+{
+    return create(program, arguments, detail::throws);
+}
 
 /** Starts a program with this one's environment; see Mirovan_Process_RunProcess(). */
-inline int run(const std::filesystem::path& program, const std::string& name,
-               const char* argument = nullptr, std::error_code& ec = throws)
+inline int run(const std::filesystem::path& program, const std::string& name, const char* argument,
+               std::error_code& ec)
 {
     unsigned long id = 0;
-    detail::report(Mirovan_Process_RunProcess(&id, program.c_str(), name.c_str(), argument, false),
+    detail::report(Mirovan_Process_RunProcess(&id, detail::c_string(program.native()),
+                                              detail::c_string(name), argument, false),
                    ec, "run", program);
     return static_cast<int>(id);
 }
+/** The same with a default. */
+inline int run(const std::filesystem::path& program, const std::string& name, std::error_code& ec)
+{
+    return run(program, name, nullptr, ec);
+}
+/** The same; throws mirovan::error. */
+inline int run(const std::filesystem::path& program, const std::string& name,
+               const char* argument = nullptr)
+{
+    return run(program, name, argument, detail::throws);
+}
 
 /** See Mirovan_Process_GetProcessForCpu(). */
-inline int affinity_tag(pthread_t thread, std::error_code& ec = throws)
+inline int affinity_tag(pthread_t thread, std::error_code& ec)
 {
     unsigned long tag = 0;
     detail::report(Mirovan_Process_GetProcessForCpu(thread, &tag), ec, "affinity_tag");
     return static_cast<int>(tag);
 }
+/** The same; throws mirovan::error. */
+inline int affinity_tag(pthread_t thread)
+{
+    return affinity_tag(thread, detail::throws);
+}
 
 /** See Mirovan_Process_SetProcessForCpu(). */
-inline void set_affinity_tag(pthread_t thread, int tag, std::error_code& ec = throws)
+inline void set_affinity_tag(pthread_t thread, int tag, std::error_code& ec)
 {
     detail::report(Mirovan_Process_SetProcessForCpu(thread, static_cast<unsigned long>(tag)), ec,
                    "set_affinity_tag");
+}
+/** The same; throws mirovan::error. */
+inline void set_affinity_tag(pthread_t thread, int tag)
+{
+    return set_affinity_tag(thread, tag, detail::throws);
 }
 
 } // namespace process
@@ -667,7 +1232,7 @@ struct version_record
 };
 
 /** See Mirovan_System_GetSystemVer(). */
-inline version_record version(std::error_code& ec = throws)
+inline version_record version(std::error_code& ec)
 {
     char name[256] = "";
     char release[256] = "";
@@ -676,6 +1241,11 @@ inline version_record version(std::error_code& ec = throws)
     detail::report(Mirovan_System_GetSystemVer(name, release, code_name, &type, nullptr), ec,
                    "version");
     return {name, release, code_name, type};
+}
+/** The same; throws mirovan::error. */
+inline version_record version()
+{
+    return version(detail::throws);
 }
 
 /** Login name of the effective user; see Mirovan_System_GetSysName(). */
@@ -702,21 +1272,24 @@ struct screen_size
 };
 
 /** See Mirovan_System_GetScreen(). */
-inline screen_size screen(std::error_code& ec = throws)
+inline screen_size screen(std::error_code& ec)
 {
     screen_size size;
     detail::report(Mirovan_System_GetScreen(&size.width, &size.height), ec, "screen");
     return size;
 }
-
-/** See Mirovan_System_GetLanguage(). */
-inline std::string language(std::error_code& ec = throws)
+/** The same; throws mirovan::error. */
+inline screen_size screen()
 {
+    return screen(detail::throws);
+}
+
+/** The value of the environment variable LANG; empty when it is not set. */
+inline std::string language()
+{
+    // Mirovan_System_GetLanguage() cannot be told the size of a buffer.
     const char* value = std::getenv("LANG");
-    std::string text(value == nullptr ? 1 : std::string_view{value}.size() + 1, '\0');
-    detail::report(Mirovan_System_GetLanguage(text.data()), ec, "language");
-    text.pop_back();
-    return text;
+    return value == nullptr ? "" : value;
 }
 
 /** What memory() tells. */
@@ -728,43 +1301,68 @@ struct memory_record
 };
 
 /** See Mirovan_System_GetMemoryUsage(). */
-inline memory_record memory(std::error_code& ec = throws)
+inline memory_record memory(std::error_code& ec)
 {
     tag_Mirovan_Memory_Infomation record{};
     detail::report(Mirovan_System_GetMemoryUsage(&record, 1), ec, "memory");
     return {record.nTotalMemory, record.nFreeMemory, record.nFreePercent};
 }
+/** The same; throws mirovan::error. */
+inline memory_record memory()
+{
+    return memory(detail::throws);
+}
 
 /** In percent of one processor; see Mirovan_System_GetCpuUsage(). */
-inline int cpu_load(std::error_code& ec = throws)
+inline int cpu_load(std::error_code& ec)
 {
     int load = 0;
     detail::report(Mirovan_System_GetCpuUsage(&load), ec, "cpu_load");
     return load;
 }
+/** The same; throws mirovan::error. */
+inline int cpu_load()
+{
+    return cpu_load(detail::throws);
+}
 
 /** See Mirovan_System_GetUpTime(). */
-inline std::chrono::local_seconds start_time(std::error_code& ec = throws)
+inline std::chrono::local_seconds start_time(std::error_code& ec)
 {
     TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
     detail::report(Mirovan_System_GetUpTime(&time), ec, "start_time");
     return detail::local(time);
 }
+/** The same; throws mirovan::error. */
+inline std::chrono::local_seconds start_time()
+{
+    return start_time(detail::throws);
+}
 
 /** See Mirovan_System_GetProcessCount(). */
-inline int processor_count(std::error_code& ec = throws)
+inline int processor_count(std::error_code& ec)
 {
     int count = 0;
     detail::report(Mirovan_System_GetProcessCount(&count), ec, "processor_count");
     return count;
 }
+/** The same; throws mirovan::error. */
+inline int processor_count()
+{
+    return processor_count(detail::throws);
+}
 
 /** See Mirovan_System_GetSysIdleTime(). */
-inline unsigned long idle_percent(std::error_code& ec = throws)
+inline unsigned long idle_percent(std::error_code& ec)
 {
     unsigned long percent = 0;
     detail::report(Mirovan_System_GetSysIdleTime(percent), ec, "idle_percent");
     return percent;
+}
+/** The same; throws mirovan::error. */
+inline unsigned long idle_percent()
+{
+    return idle_percent(detail::throws);
 }
 
 /** The actions of shutdown(). */
@@ -778,21 +1376,30 @@ enum class action : unsigned long
 };
 
 /** See Mirovan_System_Shutdown(). */
-inline void shutdown(action what, std::error_code& ec = throws)
+inline void shutdown(action what, std::error_code& ec)
 {
     detail::report(Mirovan_System_Shutdown(static_cast<unsigned long>(what)), ec, "shutdown");
 }
+/** The same; throws mirovan::error. */
+inline void shutdown(action what)
+{
+    return shutdown(what, detail::throws);
+}
 
 /** Runs a shell command and kills it at the limit; see Mirovan_System_SystemEx(). */
-inline void run(const std::string& command, std::chrono::seconds limit,
-                std::error_code& ec = throws)
+inline void run(const std::string& command, std::chrono::seconds limit, std::error_code& ec)
 {
     constexpr auto longest = std::chrono::seconds{std::numeric_limits<int>::max()};
     const auto seconds = limit < longest ? limit : longest;
-    detail::report(Mirovan_System_SystemEx(command.c_str(), seconds.count() > 0
-                                                                ? static_cast<int>(seconds.count())
-                                                                : 0),
-                   ec, "run", command);
+    detail::report(
+        Mirovan_System_SystemEx(detail::c_string(command),
+                                seconds.count() > 0 ? static_cast<int>(seconds.count()) : 0),
+        ec, "run", command);
+}
+/** The same; throws mirovan::error. */
+inline void run(const std::string& command, std::chrono::seconds limit)
+{
+    return run(command, limit, detail::throws);
 }
 
 } // namespace system
@@ -803,6 +1410,13 @@ template <>
 struct std::is_error_code_enum<Mirovan_ErrorCode> : std::true_type
 {
 };
+
+/** Whether a std::error_code is a code of the library, whatever errno is behind it. */
+inline bool operator==(const std::error_code& ec, Mirovan_ErrorCode code) noexcept
+{
+    return ec.value() == static_cast<int>(code) &&
+           ec.category().name() == std::string_view{"mirovan"};
+}
 
 /** An error code of the library as a std::error_code. */
 inline std::error_code make_error_code(Mirovan_ErrorCode code) noexcept

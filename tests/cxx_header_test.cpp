@@ -2,6 +2,8 @@
 
 #include "tests/support/support.h"
 
+#include <cstring>
+#include <functional>
 #include <pthread.h>
 #include <ranges>
 #include <sys/resource.h>
@@ -19,6 +21,7 @@ TEST(CxxHeader, FailuresAreThrownOrReported)
     std::error_code code;
     EXPECT_EQ(file::attributes("/nonexistent-mirovan", code).size, 0U);
     EXPECT_EQ(code, ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
+    EXPECT_EQ(code, std::errc::no_such_file_or_directory);
     EXPECT_EQ(code.category().name(), std::string{"mirovan"});
     EXPECT_EQ(code.message(), Mirovan_GetErrorText(ERROR_MIROVAN_FILE_ATTR_NOTFOUND));
     file::attributes("/", code);
@@ -35,12 +38,36 @@ TEST(CxxHeader, FailuresAreThrownOrReported)
         EXPECT_STREQ(thrown.what(), "attributes: /nonexistent-\u20ac: The file does not exist: "
                                     "No such file or directory");
     }
-    EXPECT_FALSE(throws);
+    const auto nul = [](const char* text) { return std::string{text, std::strlen(text) + 5}; };
+    const std::function<void()> cut_short[] = {
+        [&] { file::attributes(nul("/etc/passwd\0.jpg")); },
+        [&] {
+            file::attributes(std::wstring{L"/etc/passwd\0.jpg", 16});
+        },
+        [&] { file::copy("/etc/passwd", nul("/dev/null\0.jpg")); },
+        [&] { file::list(nul("/etc\0.jpg")); },
+        [&] { file::walk(nul("/etc\0.jpg")); },
+        [&] { hardware::volume(nul("/etc\0.jpg")); },
+        [&] { process::output(nul("true\0 1234")); },
+        [&] { process::create("/bin/true", nul("one\0 1234")); },
+        [&] { process::stop_matching(nul("none\0 1234")); },
+        [&] { system::run(nul("true\0 1234"), std::chrono::seconds{1}); }};
+    for (const auto& call : cut_short)
+        try
+        {
+            call();
+            ADD_FAILURE() << "a null character was let through";
+        }
+        catch (const error& thrown)
+        {
+            EXPECT_EQ(thrown.code(), std::errc::invalid_argument) << thrown.what();
+        }
 }
 
 TEST(CxxHeader, Files)
 {
     const test::Scratch scratch;
+    std::error_code code;
     const std::string content{"a\0b", 3};
     const std::u32string name = U"/d\u00E9/\U0001F389";
     const std::wstring wide =
@@ -69,6 +96,41 @@ TEST(CxxHeader, Files)
     file::empty_folder(scratch / "x");
     EXPECT_TRUE(file::list(scratch / "x", file::kind::all).empty());
     EXPECT_THROW(file::list(scratch / "y"), error);
+    file::list(scratch / "missing.bin", code);
+    EXPECT_EQ(code, std::errc::no_such_file_or_directory) << "is no pattern";
+    scratch.file("w/a/in.txt");
+    scratch.file("w/b/in.txt");
+    std::set<std::string> seen;
+    auto walk = file::walk(scratch / "w", {.with_status = true});
+    for (const file::entry& entry : walk)
+    {
+        seen.insert(entry.path.lexically_relative(scratch / "w"));
+        EXPECT_EQ(entry.kind == file::entry_kind::file, entry.depth == 2);
+        EXPECT_EQ(entry.status->modified, std::chrono::time_point_cast<std::chrono::nanoseconds>(
+                                              std::chrono::file_clock::to_sys(
+                                                  std::filesystem::last_write_time(entry.path))));
+        if (entry.path.filename() == "a")
+            walk.skip();
+    }
+    EXPECT_EQ(seen, (std::set<std::string>{"a", "b", "b/in.txt"}));
+    const auto names = [&](const file::walk_options& options)
+    {
+        std::string all;
+        for (const file::entry& entry : file::walk(scratch / "w/b", options))
+            all += entry.path.filename().string() + ' ';
+        return all;
+    };
+    scratch.file("w/b/deep/x");
+    scratch.folder("w/b/deep/y");
+    std::filesystem::remove(scratch / "w/b/in.txt");
+    EXPECT_EQ(names({.max_depth = 1}), "deep ");
+    EXPECT_EQ(names({.pattern = "x", .same_volume = true}), "x ");
+    EXPECT_TRUE(names({.folders_last = true}).ends_with(" deep "));
+    int steps = 0;
+    file::for_each_entry(scratch / "w", {},
+                         [&](const file::entry&)
+                         { return ++steps == 2 ? file::next::stop : file::next::go_on; });
+    EXPECT_EQ(steps, 2);
     file::delete_folder(scratch / "x");
     EXPECT_FALSE(std::filesystem::exists(scratch / "x"));
 }
