@@ -604,7 +604,7 @@ struct entry
 struct walk_options
 {
     int max_depth = 0;         /**< Deepest level; 0 for all. */
-    std::string pattern;       /**< For names, as fnmatch() has it; empty for all. */
+    std::string pattern = {};  /**< For names, as fnmatch() has it; empty for all. */
     bool same_volume = false;  /**< Do not enter other volumes. */
     bool folders_last = false; /**< Folders after what is in them. */
     bool with_status = false;  /**< Read the status of each entry. */
