@@ -3,9 +3,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace
 {
@@ -89,6 +92,36 @@ void disk_information(bench::Table& table)
         });
 }
 
+void volume_list(bench::Table& table)
+{
+    table.compare_short(
+        "ListVolumes, beside statfs of each and the mount table", 1.5,
+        []
+        {
+            const auto take = [](const MIROVAN_VOLUME*, void*) { return true; };
+            require(Mirovan_HardWare_ListVolumes(0, take, nullptr), "ListVolumes");
+        },
+        []
+        {
+            static char text[1 << 16];
+            const int file = open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
+            std::size_t length = 0;
+            for (ssize_t got = 0; (got = read(file, text + length, sizeof text - length - 1)) > 0;)
+                length += static_cast<std::size_t>(got);
+            close(file);
+            text[length] = '\0';
+            char* rest = nullptr;
+            for (char* line = strtok_r(text, "\n", &rest); line != nullptr;
+                 line = strtok_r(nullptr, "\n", &rest))
+            {
+                char point[1024];
+                struct statvfs sizes;
+                if (std::sscanf(line, "%*s %*s %*s %*s %1023s", point) == 1)
+                    statvfs(point, &sizes);
+            }
+        });
+}
+
 } // namespace
 
 int main()
@@ -98,5 +131,6 @@ int main()
     bench::Table table{"hardware"};
     disk_list(table);
     disk_information(table);
+    volume_list(table);
     return table.result();
 }

@@ -5,9 +5,13 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <fstream>
+#include <sched.h>
+#include <string>
 #include <sys/mman.h>
-#include <sys/sysinfo.h>
+#include <sys/utsname.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -23,21 +27,95 @@ void read_bare(const char* path)
     close(file);
 }
 
+/// The files that hold the limits of this process: those of its control group, where it has one.
+std::vector<std::string> limit_files()
+{
+    std::vector<std::string> files{"/proc/self/cgroup", "/proc/self/mountinfo"};
+    std::ifstream groups{files.front()};
+    for (std::string line; std::getline(groups, line);)
+    {
+        const std::string path = line.substr(line.rfind(':') + 1);
+        const std::string folder =
+            "/sys/fs/cgroup" +
+            std::string{line.find(":memory:") != std::string::npos ? "/memory" : ""} + path;
+        for (const char* name : {"/memory.max", "/memory.stat", "/memory.limit_in_bytes"})
+            if (access((folder + name).c_str(), R_OK) == 0)
+                files.push_back(folder + name);
+    }
+    return files;
+}
+
 void memory(bench::Table& table)
 {
     table.compare_short(
-        "GetMemoryUsage, beside sysinfo and the two reads", 1.5,
+        "GetMemoryUsage, beside reading /proc/meminfo", 1.3,
         []
         {
             tag_Mirovan_Memory_Infomation record;
-            require(Mirovan_System_GetMemoryUsage(&record, 1), "GetMemoryUsage");
+            require(Mirovan_System_GetMemoryUsage(&record, MIROVAN_UNIT_BYTE), "GetMemoryUsage");
+        },
+        [] { read_bare("/proc/meminfo"); });
+    table.compare_short(
+        "GetMemoryRecord, beside reading the same files", 1.3,
+        []
+        {
+            MIROVAN_MEMORY_RECORD record;
+            record.nSize = sizeof record;
+            require(Mirovan_System_GetMemoryRecord(&record), "GetMemoryRecord");
+        },
+        [files = limit_files()]
+        {
+            read_bare("/proc/meminfo");
+            for (const std::string& file : files)
+                read_bare(file.c_str());
+        });
+}
+
+void processors(bench::Table& table)
+{
+    const auto read_bare_stat = [] { read_bare("/proc/stat"); };
+    table.compare_short(
+        "GetProcessorTimes, beside reading /proc/stat", 1.3,
+        []
+        {
+            const auto take = [](const MIROVAN_PROCESSOR_TIMES*, void*) { return true; };
+            require(Mirovan_System_GetProcessorTimes(take, nullptr), "GetProcessorTimes");
+        },
+        read_bare_stat);
+    table.compare_short(
+        "GetSysIdleTime, beside sysconf and reading /proc/stat", 1.3,
+        []
+        {
+            unsigned long idle = 0;
+            require(Mirovan_System_GetSysIdleTime(idle), "GetSysIdleTime");
+        },
+        [=]
+        {
+            require(sysconf(_SC_NPROCESSORS_CONF) > 0, "sysconf");
+            read_bare_stat();
+        });
+}
+
+void identity(bench::Table& table)
+{
+    table.compare_short(
+        "GetIdentity, beside its calls and files by hand", 1.3,
+        []
+        {
+            MIROVAN_IDENTITY record;
+            record.nSize = sizeof record;
+            require(Mirovan_System_GetIdentity(&record), "GetIdentity");
         },
         []
         {
-            struct sysinfo info;
-            require(sysinfo(&info) == 0, "sysinfo");
-            read_bare("/proc/meminfo");
-            read_bare("/proc/vmstat");
+            utsname kernel;
+            cpu_set_t set;
+            require(uname(&kernel) == 0 && sched_getaffinity(0, sizeof set, &set) == 0 &&
+                        sysconf(_SC_NPROCESSORS_CONF) > 0 && sysconf(_SC_NPROCESSORS_ONLN) > 0,
+                    "calls");
+            for (const char* path :
+                 {"/etc/os-release", "/proc/stat", "/proc/self/cgroup", "/proc/self/mountinfo"})
+                read_bare(path);
         });
 }
 
@@ -106,6 +184,8 @@ int main()
 {
     bench::Table table{"system"};
     memory(table);
+    processors(table);
+    identity(table);
     load(table);
     shell(table);
     shell_of_a_large_process(table);

@@ -16,22 +16,24 @@ using TakeVolume = bool (*)(const MIROVAN_VOLUME* volume, void* context);
 /// that cannot be read.
 bool read_mounted(std::vector<struct statfs>& mounted)
 {
-    // Another volume may be mounted between the two calls.
+    constexpr std::size_t first_capacity = 32;
+    // Another volume may be mounted between two calls.
     constexpr int spare = 8;
-    for (;;)
+    for (mounted.resize(first_capacity);;)
     {
-        const int expected = getfsstat(nullptr, 0, MNT_NOWAIT);
-        if (expected < 0)
-            return false;
-        mounted.resize(static_cast<std::size_t>(expected + spare));
         const int count = getfsstat(
             mounted.data(), static_cast<int>(mounted.size() * sizeof mounted[0]), MNT_NOWAIT);
         if (count < 0)
             return false;
-        if (static_cast<std::size_t>(count) == mounted.size())
-            continue;
-        mounted.resize(static_cast<std::size_t>(count));
-        return true;
+        if (static_cast<std::size_t>(count) < mounted.size())
+        {
+            mounted.resize(static_cast<std::size_t>(count));
+            return true;
+        }
+        const int expected = getfsstat(nullptr, 0, MNT_NOWAIT);
+        if (expected < 0)
+            return false;
+        mounted.resize(static_cast<std::size_t>(expected + spare));
     }
 }
 
