@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (idle_percent(sum_of(platform::processor_loads(text))) > 100)
         std::abort();
     platform::memory_counters(text);
-    platform::parse_process_status(text);
+    platform::parse_process_memory(text);
     if (const auto stat = platform::parse_process_stat(text))
     {
         platform::usage_share(*stat, 100, 1.5);

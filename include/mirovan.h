@@ -146,7 +146,12 @@
     XX(0x40A3017, ERROR_MIROVAN_PROCESS_STOP_KILL, "The process cannot be signalled.")             \
     XX(0x40A3018, ERROR_MIROVAN_PROCESS_FORK, "The child process cannot be created.")              \
     XX(0x40A3019, ERROR_MIROVAN_PROCESS_EXEC, "The program cannot be started.")                    \
-    XX(0x40A3020, ERROR_MIROVAN_PROCESS_SETCPU_FAILED, "The affinity of the thread cannot be set.")
+    XX(0x40A3020, ERROR_MIROVAN_PROCESS_SETCPU_FAILED,                                             \
+       "The affinity of the thread cannot be set.")                                                \
+    XX(0x40A3021, ERROR_MIROVAN_PROCESS_EXECUTE_FAILED, "The command cannot be run.")              \
+    XX(0x40A3022, ERROR_MIROVAN_PROCESS_WAIT_FAILED, "The process is not a child of the caller.")  \
+    XX(0x40A3023, ERROR_MIROVAN_PROCESS_LIST_FAILED, "The processes cannot be listed.")            \
+    XX(0x40A3024, ERROR_MIROVAN_PROCESS_RECORD_FAILED, "The process cannot be read.")
 
 /**
  * @brief The sentences of codes that join several causes: code, errno (0: any), operation in C++
@@ -310,6 +315,111 @@ typedef struct MIROVAN_PROCESS_INFO
     int32_t nProcessId;        /**< Process id. */
     char tszProcessName[1024]; /**< Name of the process. */
 } MIROVAN_PROCESS_INFO;
+
+/** @brief Flags of a MIROVAN_COMMAND. */
+typedef enum MIROVAN_COMMAND_FLAG
+{
+    MIROVAN_COMMAND_MERGE = 1, /**< Standard error goes where standard output goes. */
+} MIROVAN_COMMAND_FLAG;
+
+/** @brief What Mirovan_Process_Execute() runs. Set all of it to 0 first, then nSize. */
+typedef struct MIROVAN_COMMAND
+{
+    uint32_t nSize;                     /**< sizeof(MIROVAN_COMMAND). */
+    uint32_t nFlags;                    /**< 0, or ::MIROVAN_COMMAND_MERGE. */
+    const char* const* ppszArguments;   /**< Program and arguments, then a null pointer. A program
+                                             without a slash is searched for on the caller's PATH;
+                                             a relative path starts at lpszFolder. */
+    const char* lpszShellLine;          /**< Or a command line for /bin/sh. */
+    const char* lpszFolder;             /**< Working directory; null for the caller's. */
+    const char* const* ppszEnvironment; /**< NAME=value strings, then a null pointer; null for the
+                                             caller's environment. */
+    const void* pInput;                 /**< Bytes for standard input; null for /dev/null. */
+    uint64_t nInputLen;                 /**< Their number. */
+    int64_t nLimitMs;                   /**< Limit in milliseconds, kept within 50; 0 for none. */
+    int64_t nGraceMs;                   /**< Milliseconds from SIGTERM to SIGKILL; 0 for 100; below
+                                             0 for SIGKILL at once. */
+    /** Receives the output in blocks, not null-terminated; returns false to end the command. Null
+        to let the command inherit the stream. */
+    bool (*pfnOutput)(const char* pData, uint64_t nLen, void* pContext);
+    /** The same for standard error. */
+    bool (*pfnErrors)(const char* pData, uint64_t nLen, void* pContext);
+    void* pContext; /**< Passed to both functions. */
+} MIROVAN_COMMAND;
+
+/** @brief How a command ended. */
+typedef enum MIROVAN_END
+{
+    MIROVAN_END_UNKNOWN = 0,   /**< By itself; the system does not report how. */
+    MIROVAN_END_EXITED = 1,    /**< It exited with nExitStatus. */
+    MIROVAN_END_SIGNALLED = 2, /**< The signal nSignal ended it. */
+    MIROVAN_END_LIMIT = 3,     /**< It was ended at the limit. */
+    MIROVAN_END_STOPPED = 4,   /**< A function of the caller returned false. */
+    MIROVAN_END_RUNNING = 5,   /**< It still runs: Mirovan_Process_Wait() with a limit. */
+} MIROVAN_END;
+
+/** @brief Bits of nKnown in a MIROVAN_COMMAND_RESULT. */
+typedef enum MIROVAN_RESULT_FIELD
+{
+    MIROVAN_RESULT_STATUS = 1,         /**< nExitStatus and nSignal. */
+    MIROVAN_RESULT_WALL_TIME = 2,      /**< nWallTime. */
+    MIROVAN_RESULT_PROCESSOR_TIME = 4, /**< nUserTime and nSystemTime. */
+    MIROVAN_RESULT_PEAK_MEMORY = 8,    /**< nPeakMemory. */
+} MIROVAN_RESULT_FIELD;
+
+/** @brief How a command ended and what it used, from Mirovan_Process_Execute(). */
+typedef struct MIROVAN_COMMAND_RESULT
+{
+    uint32_t nSize;       /**< sizeof(MIROVAN_COMMAND_RESULT), set by the caller. */
+    uint32_t nKnown;      /**< Bits of ::MIROVAN_RESULT_FIELD; fields without theirs are 0. */
+    int32_t nProcessId;   /**< Its process id. */
+    int32_t nEnd;         /**< A value of ::MIROVAN_END. */
+    int32_t nExitStatus;  /**< Exit status, 0 to 255; 0 when a signal ended it. */
+    int32_t nSignal;      /**< Number of the signal that ended it, also at a limit; else 0. */
+    uint64_t nWallTime;   /**< From its start to its end, in nanoseconds. */
+    uint64_t nUserTime;   /**< Processor time in user mode, in nanoseconds, with the children that
+                               it waited for. */
+    uint64_t nSystemTime; /**< The same in the kernel. */
+    uint64_t nPeakMemory; /**< Most resident memory in bytes. Linux counts the caller's memory until
+                               the program runs, so there it is known only when above that. */
+} MIROVAN_COMMAND_RESULT;
+
+/** @brief Bits of nKnown in a MIROVAN_PROCESS_RECORD. */
+typedef enum MIROVAN_PROCESS_FIELD
+{
+    MIROVAN_PROCESS_PARENT = 1,           /**< nParentId. */
+    MIROVAN_PROCESS_USER = 2,             /**< nUserId. */
+    MIROVAN_PROCESS_NAME = 4,             /**< tszName. */
+    MIROVAN_PROCESS_STATE = 8,            /**< cState. */
+    MIROVAN_PROCESS_NICE = 16,            /**< nNice. */
+    MIROVAN_PROCESS_START_TIME = 32,      /**< nStartTime. */
+    MIROVAN_PROCESS_THREADS = 64,         /**< nThreadCount. */
+    MIROVAN_PROCESS_MEMORY = 128,         /**< nResidentSize and nVirtualSize. */
+    MIROVAN_PROCESS_PROCESSOR_TIME = 256, /**< nUserTime and nSystemTime. */
+    MIROVAN_PROCESS_PAGE_FAULTS = 512,    /**< nPageFaults. */
+} MIROVAN_PROCESS_FIELD;
+
+/** @brief One process, from Mirovan_Process_List() and Mirovan_Process_GetRecord(). */
+typedef struct MIROVAN_PROCESS_RECORD
+{
+    uint32_t nSize;         /**< sizeof(MIROVAN_PROCESS_RECORD), set by the caller of GetRecord. */
+    uint32_t nKnown;        /**< Bits of ::MIROVAN_PROCESS_FIELD; fields without theirs are 0. */
+    int32_t nProcessId;     /**< Process id. */
+    int32_t nParentId;      /**< Process id of its parent. */
+    uint32_t nUserId;       /**< Effective user id. */
+    int32_t nNice;          /**< Nice value, -20 to 20. */
+    int64_t nStartTime;     /**< When it started, nanoseconds since 1970 UTC: with the id it names
+                                 the process, since ids are reused. */
+    uint64_t nResidentSize; /**< Resident memory in bytes. */
+    uint64_t nVirtualSize;  /**< Virtual size in bytes. */
+    uint64_t nUserTime;     /**< Processor time in user mode since its start, in nanoseconds. */
+    uint64_t nSystemTime;   /**< The same in the kernel. */
+    uint64_t nPageFaults;   /**< Page faults since its start. */
+    uint32_t nThreadCount;  /**< Number of threads. */
+    char cState;      /**< R running, S sleeping, D sleeping uninterruptibly, I idle, T stopped,
+                                 Z ended and not reaped. */
+    char tszName[67]; /**< Short name, null-terminated. */
+} MIROVAN_PROCESS_RECORD;
 
 /** @brief A calendar time in local time. */
 typedef struct TARVELO_LIBTIME
@@ -933,8 +1043,10 @@ extern "C"
      *         record; ::ERROR_MIROVAN_PROCESS_INFO_FAILED the process cannot be read (only
      *         nProcessId is written), or its user has no account (only tszUserName is not written).
      *
-     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, getpwuid_r(), whose answer a
-     * thread uses again for up to a second; on Linux /proc.
+     * Of another user's process macOS shows name, user and state alone, unless to root: the other
+     * fields are 0 then. Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, else sysctl()
+     * KERN_PROC_PID; getpwuid_r(), whose answer a thread uses again for up to a second; on Linux
+     * /proc.
      */
     MIROVAN_API bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
                                                     const char* lpszProcessName, int nPid);
@@ -942,15 +1054,16 @@ extern "C"
     /**
      * @brief The processor usage figure of a process, in thousandths of a processor.
      *
-     * On Linux it is the share over the whole life of the process, of all its threads together.
+     * It is the sum over its threads; on Linux the share over the whole life of the process, of all
+     * its threads together.
      *
      * @param pnCpuUsage receives the figure; untouched on failure.
      * @param nPid process id; 0 is the calling process.
      * @return true when the figure was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         output; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
      *
-     * Threads: any. From: proc_pidinfo() with PROC_PIDTHREADINFO, its pth_cpu_usage; on Linux
-     * /proc.
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTHREADINFO and PROC_PIDLISTTHREADS, which
+     * macOS answers for processes of other users to root alone; on Linux /proc.
      */
     MIROVAN_API bool Mirovan_Process_GetProcessCpuUsage(int* pnCpuUsage, int nPid);
 
@@ -963,7 +1076,8 @@ extern "C"
      *         record; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read;
      *         ::ERROR_MIROVAN_PROCESS_UPTIME_TIME no local time for it.
      *
-     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, localtime_r(); on Linux /proc.
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, else sysctl() KERN_PROC_PID;
+     * localtime_r(); on Linux /proc.
      */
     MIROVAN_API bool Mirovan_Process_GetUpTime(TARVELO_LIBTIME* pstLibTime, int nPid);
 
@@ -1107,6 +1221,96 @@ extern "C"
      * THREAD_AFFINITY_POLICY; on Linux the tag kept with the thread.
      */
     MIROVAN_API bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag);
+
+    /**
+     * @brief Runs a program or a shell command line and waits for it, with its output to functions
+     * of the caller.
+     *
+     * The command leads a process group of its own, inherits the standard streams and no other
+     * file descriptor, and has the caller's signal mask. Output and errors are passed on as they
+     * come, byte for byte. The call returns when the command itself has ended and all that it had
+     * written has been passed on, even if a process that it left in the background still holds
+     * its pipes. No signal setting of the process is changed and none is needed: SIGCHLD may be
+     * ignored or handled, and input that the command does not read raises no SIGPIPE.
+     *
+     * When the limit is over, or a function returns false, SIGTERM goes to the process group, and
+     * SIGKILL after the grace; when the command has ended, what is left of the group is killed.
+     *
+     * @param pstCommand what to run and how; nSize is set by the caller.
+     * @param pstResult receives how the command ended; nSize is set by the caller. Untouched on
+     *                  failure.
+     * @return true when the command was run, however it ended. Codes:
+     *         ::ERROR_MIROVAN_PROCESS_PARAMETER a null record, an nSize that is too small, not
+     *         exactly one of ppszArguments and lpszShellLine, an unknown flag, a negative limit, a
+     *         length without input, or pfnErrors together with ::MIROVAN_COMMAND_MERGE;
+     *         ::ERROR_MIROVAN_PROCESS_EXECUTE_FAILED the program cannot be started (ENOENT: there
+     *         is no such program or folder), or a pipe to it failed and it was ended.
+     *
+     * Blocks until the command has ended. A function of the caller is called on the calling
+     * thread; while it runs, limits are not looked at. Failures of operations that it calls do not
+     * count: after a true result the error flag is clear. Threads: any. From: posix_spawn(), a pipe
+     * per stream, poll(), wait4(); kqueue, on Linux pidfd_open(). How a child ended that somebody
+     * else reaped, or that SIGCHLD being ignored discarded, comes from kqueue, on Linux from the
+     * kernel since 6.15; before that it is ::MIROVAN_END_UNKNOWN.
+     */
+    MIROVAN_API bool Mirovan_Process_Execute(const MIROVAN_COMMAND* pstCommand,
+                                             MIROVAN_COMMAND_RESULT* pstResult);
+
+    /**
+     * @brief Waits for a child that was started with Mirovan_Process_CreateProcess() or
+     * Mirovan_Process_RunProcess(), and reaps it.
+     *
+     * @param nPid process id of the child, above 0.
+     * @param nLimitMs how long to wait at most, in milliseconds; 0 only looks, below 0 waits for as
+     *                 long as it takes.
+     * @param pstResult receives how the child ended, or ::MIROVAN_END_RUNNING when it has not; its
+     *                  wall time is unknown. nSize is set by the caller. Untouched on failure.
+     * @return true when the child has ended or the limit is over. Codes:
+     *         ::ERROR_MIROVAN_PROCESS_PARAMETER an id of 0 or below, a null record, or an nSize
+     *         that is too small; ::ERROR_MIROVAN_PROCESS_WAIT_FAILED it is not a child of the
+     *         caller, or has been reaped already (errno ECHILD).
+     *
+     * Threads: any; of several that wait for the same child, one learns how it ended. From:
+     * wait4(), kqueue; on Linux pidfd_open().
+     */
+    MIROVAN_API bool Mirovan_Process_Wait(int nPid, int64_t nLimitMs,
+                                          MIROVAN_COMMAND_RESULT* pstResult);
+
+    /**
+     * @brief Passes a record of each process to a function.
+     *
+     * A process that ends meanwhile is left out. One that the system does not let the caller look
+     * into comes with fewer known fields.
+     *
+     * @param pfnProcess called for each process with its record, which is valid during the call,
+     *                   and pContext. It returns false to end the listing, which is a success.
+     * @param pContext passed to pfnProcess; may be null.
+     * @return true when the processes were listed. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         function; ::ERROR_MIROVAN_PROCESS_LIST_FAILED the processes cannot be listed.
+     *
+     * Failures of operations that pfnProcess calls do not count: after a true result the error flag
+     * is clear. Threads: any; the function is called on the calling thread. From:
+     * proc_listallpids() and what Mirovan_Process_GetRecord() asks; on Linux /proc.
+     */
+    MIROVAN_API bool Mirovan_Process_List(
+        bool (*pfnProcess)(const MIROVAN_PROCESS_RECORD* pstRecord, void* pContext),
+        void* pContext);
+
+    /**
+     * @brief The record of one process: exact, and with each field marked as known or not.
+     *
+     * @param nPid process id; 0 is the calling process.
+     * @param pstRecord record to fill; nSize is set by the caller. Untouched on failure.
+     * @return true when the process exists. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null record,
+     *         or an nSize that is too small; ::ERROR_MIROVAN_PROCESS_RECORD_FAILED there is no such
+     *         process (errno ESRCH), or it cannot be read.
+     *
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO; of another user's process, which
+     * macOS shows to root alone, id, parent, user, name, state, nice value and start time from
+     * sysctl() KERN_PROC_PID. On Linux /proc/PID/stat, whose times have the unit of the clock tick
+     * (10 ms).
+     */
+    MIROVAN_API bool Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord);
 
     /** @} */
     /** @name System
@@ -1620,6 +1824,17 @@ public:
     bool Mirovan_Process_SetProcessForCpu(pthread_t hThread, unsigned long nCpuTag);
     /** See ::Mirovan_Process_GetProcessForCpu. */
     bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag);
+    /** See ::Mirovan_Process_Execute. */
+    bool Mirovan_Process_Execute(const MIROVAN_COMMAND* pstCommand,
+                                 MIROVAN_COMMAND_RESULT* pstResult);
+    /** See ::Mirovan_Process_Wait. */
+    bool Mirovan_Process_Wait(int nPid, int64_t nLimitMs, MIROVAN_COMMAND_RESULT* pstResult);
+    /** See ::Mirovan_Process_List. */
+    bool Mirovan_Process_List(bool (*pfnProcess)(const MIROVAN_PROCESS_RECORD* pstRecord,
+                                                 void* pContext),
+                              void* pContext);
+    /** See ::Mirovan_Process_GetRecord. */
+    bool Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord);
 
     /**
      * @brief Number of a process state letter as ps prints it.

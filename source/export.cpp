@@ -193,6 +193,28 @@ bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag
     return m_ProcessSdk.Mirovan_Process_GetProcessForCpu(hThread, pnCpuTag);
 }
 
+bool Mirovan_Process_Execute(const MIROVAN_COMMAND* pstCommand, MIROVAN_COMMAND_RESULT* pstResult)
+{
+    return m_ProcessSdk.Mirovan_Process_Execute(pstCommand, pstResult);
+}
+
+bool Mirovan_Process_Wait(int nPid, int64_t nLimitMs, MIROVAN_COMMAND_RESULT* pstResult)
+{
+    return m_ProcessSdk.Mirovan_Process_Wait(nPid, nLimitMs, pstResult);
+}
+
+bool Mirovan_Process_List(bool (*pfnProcess)(const MIROVAN_PROCESS_RECORD* pstRecord,
+                                             void* pContext),
+                          void* pContext)
+{
+    return m_ProcessSdk.Mirovan_Process_List(pfnProcess, pContext);
+}
+
+bool Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord)
+{
+    return m_ProcessSdk.Mirovan_Process_GetRecord(nPid, pstRecord);
+}
+
 bool Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszSysVersion, char* lpszSysCodeName,
                                  unsigned long* pnSysType, char* lpszSysRelease)
 {

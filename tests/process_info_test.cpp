@@ -10,6 +10,7 @@
 #include <iterator>
 #include <linux/sched.h>
 #include <map>
+#include <memory>
 #include <sched.h>
 #include <semaphore>
 #include <spawn.h>
@@ -314,6 +315,130 @@ TEST(ProcessStart, AgreesWithPsInEveryTimeZone)
     EXPECT_FAILS(Mirovan_Process_GetUpTime(nullptr, 0), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     EXPECT_FAILS(Mirovan_Process_GetUpTime(&start, no_such_process), ERROR_MIROVAN_PROCESS_ACCESS,
                  ESRCH);
+}
+
+constexpr uint32_t every_field = 1023;
+
+MIROVAN_PROCESS_RECORD record_of(int pid)
+{
+    auto record = test::sized<MIROVAN_PROCESS_RECORD>();
+    EXPECT_SUCCEEDS(Mirovan_Process_GetRecord(pid, &record));
+    return record;
+}
+
+TEST(ProcessRecord, AgreesWithPs)
+{
+    const Child idle{{"threads=7", "touch=64", "name=a) b\n("}};
+    const Child busy{{"busy"}};
+    const Child stopped{{}};
+    stopped.signal(SIGSTOP);
+    const Child zombie{{}};
+    zombie.signal(SIGKILL);
+    for (const int pid : {idle.pid(), busy.pid(), stopped.pid(), zombie.pid(), getpid(), 1, 2})
+    {
+        auto record = record_of(pid);
+        const auto number = [pid](const char* column) { return std::stoll(ps(column, pid)); };
+        const auto real = [pid](const char* column) { return std::stod(ps(column, pid)); };
+        EXPECT_EQ(record.nKnown, every_field) << pid;
+        EXPECT_EQ(record.nProcessId, pid);
+        EXPECT_EQ(record.nParentId, number("ppid")) << pid;
+        EXPECT_EQ(record.nUserId, number("euid")) << pid;
+        EXPECT_EQ(record.nNice, number("nice")) << pid;
+        EXPECT_EQ(record.nThreadCount, number("nlwp")) << pid;
+        EXPECT_EQ(record.nVirtualSize, number("vsz") * 1024) << pid;
+        EXPECT_NEAR(static_cast<double>(record.nResidentSize), real("rss") * 1024, 4e6) << pid;
+        EXPECT_NEAR(static_cast<double>(record.nUserTime + record.nSystemTime) / 1e9, real("times"),
+                    1.5)
+            << pid;
+        EXPECT_NEAR(static_cast<double>(record.nPageFaults), real("min_flt") + real("maj_flt"),
+                    9000)
+            << pid;
+        if (pid != getpid() && pid > 2)
+        {
+            EXPECT_EQ(std::string(1, record.cState), ps("state", pid)) << pid;
+        }
+        std::tm start{};
+        strptime(ps("lstart", pid).c_str(), "%a %b %d %H:%M:%S %Y", &start);
+        start.tm_isdst = -1;
+        EXPECT_EQ(record.nStartTime / 1'000'000'000, std::mktime(&start)) << pid;
+        EXPECT_EQ(record.nStartTime, record_of(pid).nStartTime) << pid;
+    }
+    EXPECT_STREQ(record_of(idle.pid()).tszName, "a) b\n(");
+    EXPECT_EQ(record_of(0).nProcessId, getpid());
+}
+
+TEST(ProcessRecord, OfOlderAndNewerCallersAndOfNoProcess)
+{
+    auto record = test::sized<MIROVAN_PROCESS_RECORD>();
+    for (const int pid : {no_such_process, -1})
+        EXPECT_FAILS(Mirovan_Process_GetRecord(pid, &record), ERROR_MIROVAN_PROCESS_RECORD_FAILED,
+                     ESRCH);
+    EXPECT_EQ(record.nKnown, 0U);
+    EXPECT_FAILS(Mirovan_Process_GetRecord(0, nullptr), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+    struct
+    {
+        MIROVAN_PROCESS_RECORD record;
+        char later[8];
+    } newer = {{}, "later"};
+    for (const uint32_t size : {0U, uint32_t{sizeof record - 1}, uint32_t{sizeof newer}})
+    {
+        newer.record.nSize = size;
+        if (size > sizeof record)
+            EXPECT_SUCCEEDS(Mirovan_Process_GetRecord(0, &newer.record));
+        else
+            EXPECT_FAILS(Mirovan_Process_GetRecord(0, &newer.record),
+                         ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
+        EXPECT_EQ(newer.record.nSize, size);
+    }
+    EXPECT_STREQ(newer.later, "") << "fields that this library does not know";
+}
+
+TEST(ProcessList, HasEveryProcessAndEndsWhenAsked)
+{
+    using Ids = std::set<int>;
+    const auto list = []
+    {
+        const auto take = [](const MIROVAN_PROCESS_RECORD* record, void* ids)
+        {
+            EXPECT_EQ(record->nSize, sizeof *record);
+            EXPECT_EQ(record->nKnown, every_field) << record->nProcessId;
+            EXPECT_TRUE(static_cast<Ids*>(ids)->insert(record->nProcessId).second);
+            EXPECT_FALSE(Mirovan_Process_GetPath(nullptr, 0)); // which must not be seen afterwards
+            return true;
+        };
+        Ids ids;
+        EXPECT_SUCCEEDS(Mirovan_Process_List(take, &ids));
+        return ids;
+    };
+    std::vector<std::unique_ptr<Child>> children;
+    for (int count = 0; count < 20; ++count)
+        children.push_back(std::make_unique<Child>(std::vector<std::string>{}));
+    const auto held = test::Held::now();
+    for (const bool ordinary : {false, true})
+    {
+        const auto check = [&]
+        {
+            Ids expected;
+            for (const auto& entry : std::filesystem::directory_iterator{"/proc"})
+                if (const int pid = std::atoi(entry.path().filename().c_str()); pid != 0)
+                    expected.insert(pid);
+            const Ids found = list();
+            for (const auto& child : children)
+                EXPECT_TRUE(found.contains(child->pid()));
+            EXPECT_TRUE(found.contains(1));
+            for (const int pid : expected)
+                if (!found.contains(pid) && kill(pid, 0) == 0)
+                    ADD_FAILURE() << pid << " is missing";
+        };
+        ordinary ? test::as_ordinary_user(check) : check();
+    }
+    EXPECT_EQ(test::Held::now(), held);
+    int calls = 0;
+    const auto stop = [](const MIROVAN_PROCESS_RECORD*, void* count)
+    { return ++*static_cast<int*>(count) < 3; };
+    EXPECT_SUCCEEDS(Mirovan_Process_List(stop, &calls));
+    EXPECT_EQ(calls, 3);
+    EXPECT_FAILS(Mirovan_Process_List(nullptr, nullptr), ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
 }
 
 TEST(ProcessUsage, AgreesWithPs)

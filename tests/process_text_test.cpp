@@ -1,8 +1,7 @@
 #include "platform/linux/process_text.h"
-#include "platform/linux/tag_table.h"
 
 #include <gtest/gtest.h>
-#include <set>
+#include <map>
 #include <string>
 
 namespace
@@ -10,8 +9,9 @@ namespace
 
 using namespace mirovan::platform;
 
-const std::string behind_name = " S 1 2 2 0 -1 4194560 100 200 3000 4 50 60 7 8 20 0 9 0 123456 "
-                                "4096000 250 18446744073709551615 1 1";
+const std::string behind_name =
+    " S 1 2 2 0 -1 4194560 100 200 3000 4 50 60 7 8 20 -5 9 0 123456 4096000 250 "
+    "18446744073709551615 1 1 0 0 0 0 0 0 0 0 0 0 17 3 0 0";
 
 TEST(ProcessText, StatFieldsFollowTheLastParenthesis)
 {
@@ -21,34 +21,42 @@ TEST(ProcessText, StatFieldsFollowTheLastParenthesis)
         const auto stat = parse_process_stat(text);
         ASSERT_TRUE(stat) << name;
         EXPECT_EQ(stat->name, name);
+        EXPECT_EQ(stat->state, 'S');
+        EXPECT_EQ(stat->parent, 1U);
+        EXPECT_EQ(stat->minor_faults, 100U);
         EXPECT_EQ(stat->major_faults, 3000U);
-        EXPECT_EQ(stat->used_ticks, 110U);
+        EXPECT_EQ(stat->user_ticks, 50U);
+        EXPECT_EQ(stat->system_ticks, 60U);
+        EXPECT_EQ(stat->nice, -5);
+        EXPECT_EQ(stat->threads, 9U);
         EXPECT_EQ(stat->start_ticks, 123456U);
+        EXPECT_TRUE(stat->leads);
     }
 }
 
-TEST(ProcessText, OnlyWholeTextsMakeARecord)
+TEST(ProcessText, OnlyCompleteTextsMakeARecord)
 {
     const std::string stat = "42 (sh)" + behind_name;
-    const std::size_t needed = stat.find("123456") + 1;
+    const std::size_t needed = stat.find(" 17 ") + 2;
     for (std::size_t length = 0; length < needed; ++length)
         EXPECT_FALSE(parse_process_stat(stat.substr(0, length))) << length;
-    std::string removed = stat;
-    removed.replace(removed.find(" 9 0 123456"), 2, " 0");
-    EXPECT_FALSE(parse_process_stat(removed));
-    const std::string status = "Name:\tsh\nState:\tD (disk sleep)\nTgid:\t42\nUid:\t1\t2\t3\t4\n"
-                               "VmSize:\t    100 kB\nVmRSS:\t  40 kB\nThreads:\t7";
-    const auto record = parse_process_status(status);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->state, 'D');
-    EXPECT_EQ(record->thread_group, 42U);
-    EXPECT_EQ(record->effective_user, 2U);
-    EXPECT_EQ(record->threads, 7U);
-    EXPECT_EQ(record->virtual_size, 102400U);
-    EXPECT_EQ(record->resident_size, 40960U);
-    for (std::size_t length = 0; length < status.size(); ++length)
-        EXPECT_FALSE(parse_process_status(status.substr(0, length))) << length;
-    EXPECT_FALSE(parse_process_status(status.substr(0, status.size() - 1) + "0"));
+    const auto changed = [&](const std::string& from, const std::string& to)
+    { return std::string{stat}.replace(stat.find(from), from.size(), to); };
+    EXPECT_FALSE(parse_process_stat(changed(" 9 0 123456", " 0 0 123456")));
+    EXPECT_FALSE(parse_process_stat(changed(" 17 ", " -1 "))->leads) << "a thread";
+    const auto memory = parse_process_memory("1000 40 30 1 0 20 0\n");
+    ASSERT_TRUE(memory);
+    EXPECT_EQ(memory->virtual_pages, 1000U);
+    EXPECT_EQ(memory->resident_pages, 40U);
+    for (const char* text : {"", "1000", "1000 ", "1000 40", "x 40 30"})
+        EXPECT_FALSE(parse_process_memory(text)) << text;
+}
+
+TEST(ProcessText, StatesAreThoseOfMacOS)
+{
+    for (const auto& [letter, status] : std::map<char, std::uint32_t>{
+             {'R', 2}, {'S', 2}, {'D', 3}, {'I', 1}, {'T', 4}, {'t', 4}, {'Z', 5}, {'X', 5}})
+        EXPECT_EQ(process_status(letter), status) << letter;
 }
 
 TEST(ProcessText, FiguresFollowTheTickRateAndTheClock)
@@ -71,27 +79,13 @@ TEST(ProcessText, FiguresFollowTheTickRateAndTheClock)
     {
         EXPECT_EQ(start_second(start, rate, booted), started) << rate;
         EXPECT_EQ(start_second(start, rate, booted + 3600), started + 3600) << rate;
-        EXPECT_NEAR(usage_share({"", 0, used, start}, rate, now), share, 1) << rate;
+        EXPECT_NEAR(
+            usage_share(
+                {.user_ticks = used / 2, .system_ticks = used - used / 2, .start_ticks = start},
+                rate, now),
+            share, 1)
+            << rate;
     }
-}
-
-TEST(TagTable, EntriesOfEndedThreadsAreUsedAgainWithoutTheirTags)
-{
-    std::set<ThreadKey> alive{10, 11, 12};
-    const auto is_alive = [&](ThreadKey key) { return alive.contains(key); };
-    TagTable<3> table;
-    for (const ThreadKey thread : {10U, 11U, 12U})
-        EXPECT_TRUE(table.set(thread, static_cast<int>(thread), is_alive));
-    EXPECT_FALSE(table.set(13, 1, is_alive));
-    EXPECT_TRUE(table.set(13, 0, is_alive)) << "no tag needs no entry";
-    alive = {10, 12, 13, 14};
-    EXPECT_TRUE(table.set(13, -5, is_alive));
-    EXPECT_FALSE(table.set(14, 1, is_alive));
-    EXPECT_TRUE(table.set(12, 99, is_alive));
-    EXPECT_EQ(table.get(10), 10);
-    EXPECT_EQ(table.get(11), 0);
-    EXPECT_EQ(table.get(12), 99);
-    EXPECT_EQ(table.get(13), -5);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "base/descriptor.h"
 #include "platform/linux/process_text.h"
-#include "platform/linux/read_text.h"
+#include "platform/linux/read_number.h"
 
 #include <algorithm>
 #include <chrono>
@@ -8,22 +8,18 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <libproc.h>
 #include <limits>
-#include <new>
-#include <string>
+#include <span>
 #include <string_view>
+#include <sys/stat.h>
 
 namespace mirovan::platform
 {
 namespace
 {
-
-std::string process_folder(int pid)
-{
-    return "/proc/" + std::to_string(pid);
-}
 
 /// A file that is not there, or no longer, means that the process is not.
 bool no_process()
@@ -76,57 +72,139 @@ std::uint64_t ticks_per_second()
     return static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
 }
 
-void fill(proc_taskallinfo& task, const ProcessStat& stat, const ProcessStatus& status)
+/// The files of a process, read without an allocation.
+class ProcessFiles
 {
+public:
+    explicit ProcessFiles(int pid) : pid_{pid}, stat_{open_file(path("/stat"), O_RDONLY)} {}
+
+    bool read_stat(ProcessStat& stat)
+    {
+        std::string_view text;
+        if (!stat_ || !read_into(stat_.get(), stat_text_, text))
+            return no_process();
+        const auto parsed = parse_process_stat(text);
+        // A thread that does not lead its process has a folder too, but is no process.
+        if (!parsed || !parsed->leads)
+            return unusable(text);
+        stat = *parsed;
+        return true;
+    }
+
+    /// All of it from the same process. A file that was opened belongs to its process for good and
+    /// cannot be read once that is gone. When the one that was opened first can be read last, the
+    /// id was not given to another process in between.
+    bool read(ProcessStat& stat, ProcessMemory& memory, uid_t& user)
+    {
+        char memory_text[256];
+        std::string_view text;
+        struct stat folder = {};
+        if (!stat_)
+            return no_process();
+        const Descriptor memory_file = open_file(path("/statm"), O_RDONLY);
+        if (!memory_file || !read_into(memory_file.get(), memory_text, text) ||
+            fstatat(AT_FDCWD, path(""), &folder, 0) != 0)
+            return no_process();
+        const auto parsed = parse_process_memory(text);
+        if (!parsed)
+            return unusable(text);
+        memory = *parsed;
+        // The folder belongs to the effective user.
+        user = folder.st_uid;
+        return read_stat(stat);
+    }
+
+private:
+    const char* path(const char* name)
+    {
+        static_cast<void>(std::snprintf(path_, sizeof path_, "/proc/%d%s", pid_, name));
+        return path_;
+    }
+
+    static bool unusable(std::string_view text)
+    {
+        errno = text.ends_with('\n') ? ESRCH : EIO;
+        return false;
+    }
+
+    static bool read_into(int file, std::span<char> buffer, std::string_view& text)
+    {
+        ssize_t got = 0;
+        do
+            got = ::read(file, buffer.data(), buffer.size());
+        while (got < 0 && errno == EINTR);
+        text = {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
+        return got >= 0;
+    }
+
+    char path_[32];
+    char stat_text_[2048];
+    int pid_;
+    Descriptor stat_;
+};
+
+void fill(proc_taskallinfo& task, const ProcessStat& stat, const ProcessMemory& memory, uid_t user)
+{
+    constexpr std::uint64_t nanoseconds = 1'000'000'000;
+    constexpr std::uint64_t microseconds = 1'000'000;
+    const std::uint64_t rate = ticks_per_second();
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     task = {};
-    task.pbsd.pbi_status = process_status(status.state);
-    task.pbsd.pbi_uid = status.effective_user;
-    std::copy_n(stat.name.data(), std::min(stat.name.size(), MAXCOMLEN - 1), task.pbsd.pbi_comm);
-    task.pbsd.pbi_start_tvsec = static_cast<std::uint64_t>(
-        start_second(stat.start_ticks, ticks_per_second(), boot_second()));
-    task.ptinfo.pti_virtual_size = status.virtual_size;
-    task.ptinfo.pti_resident_size = status.resident_size;
+    task.pbsd.pbi_status = process_status(stat.state);
+    task.pbsd.pbi_ppid = stat.parent;
+    task.pbsd.pbi_uid = user;
+    std::copy_n(stat.name.data(), std::min(stat.name.size(), sizeof task.pbsd.pbi_comm - 1),
+                task.pbsd.pbi_comm);
+    std::copy_n(stat.name.data(), std::min(stat.name.size(), sizeof task.pbsd.pbi_name - 1),
+                task.pbsd.pbi_name);
+    task.pbsd.pbi_nice = stat.nice;
+    task.pbsd.pbi_start_tvsec =
+        static_cast<std::uint64_t>(start_second(stat.start_ticks, rate, boot_second()));
+    task.pbsd.pbi_start_tvusec = stat.start_ticks % rate * microseconds / rate;
+    task.ptinfo.pti_virtual_size = memory.virtual_pages * page;
+    task.ptinfo.pti_resident_size = memory.resident_pages * page;
+    // The unit of mach_absolute_time() is the nanosecond here.
+    task.ptinfo.pti_total_user = stat.user_ticks * (nanoseconds / rate);
+    task.ptinfo.pti_total_system = stat.system_ticks * (nanoseconds / rate);
+    task.ptinfo.pti_faults = clamped<std::int32_t>(stat.minor_faults + stat.major_faults);
     task.ptinfo.pti_pageins = clamped<std::int32_t>(stat.major_faults);
-    task.ptinfo.pti_threadnum = clamped<std::int32_t>(status.threads);
+    task.ptinfo.pti_threadnum = clamped<std::int32_t>(stat.threads);
+    task.ptinfo.pti_numrunning = stat.state == 'R' ? 1 : 0;
 }
 
 bool read_task(int pid, proc_taskallinfo& task)
 {
-    const std::string folder = process_folder(pid);
-    std::string stat_text;
-    std::string status_text;
-    // A file that was opened belongs to its process for good and cannot be read once that is gone.
-    // Where the one that was opened first can be read last, the id was not given to another process
-    // in between. What changes when a process ends comes from one file.
-    const Descriptor stat_file = open_file((folder + "/stat").c_str(), O_RDONLY);
-    if (!stat_file || !read_one_piece((folder + "/status").c_str(), status_text) ||
-        !read_one_piece(stat_file.get(), stat_text))
-        return no_process();
-    const auto stat = parse_process_stat(stat_text);
-    const auto status = parse_process_status(status_text);
-    // A thread that does not lead its process has a folder too, but is no process.
-    if (!stat || !status || status->thread_group != static_cast<std::uint64_t>(pid))
-    {
-        errno = ESRCH;
+    ProcessStat stat;
+    ProcessMemory memory;
+    uid_t user = 0;
+    ProcessFiles files{pid};
+    if (!files.read(stat, memory, user))
         return false;
-    }
-    fill(task, *stat, *status);
+    fill(task, stat, memory, user);
     return true;
 }
 
 bool read_thread(int pid, proc_threadinfo& thread)
 {
-    std::string text;
-    if (!read_one_piece((process_folder(pid) + "/stat").c_str(), text))
-        return no_process();
-    const auto stat = parse_process_stat(text);
-    if (!stat)
-    {
-        errno = ESRCH;
+    ProcessStat stat;
+    ProcessFiles files{pid};
+    if (!files.read_stat(stat))
         return false;
-    }
     const std::chrono::duration<double> since_boot = now(CLOCK_BOOTTIME);
-    thread.pth_cpu_usage = usage_share(*stat, ticks_per_second(), since_boot.count());
+    thread.pth_cpu_usage = usage_share(stat, ticks_per_second(), since_boot.count());
+    return true;
+}
+
+/// Linux counts the processor time of a process as one: one handle stands for all its threads. As
+/// on macOS, the handle 0 is nobody's.
+std::uint64_t thread_handle(int pid)
+{
+    return static_cast<std::uint64_t>(pid);
+}
+
+bool list_threads(int pid, std::uint64_t& handle)
+{
+    handle = thread_handle(pid);
     return true;
 }
 
@@ -160,20 +238,44 @@ std::size_t length_without_mark(const char* path, std::size_t length)
 int proc_pidinfo(int pid, int flavor, uint64_t arg, void* buffer, int buffersize)
 {
     using namespace mirovan::platform;
-    try
+    switch (flavor)
     {
-        if (flavor == PROC_PIDTASKALLINFO)
-            return deliver(read_task, pid, buffer, buffersize);
-        // Handle 0 asks for any thread. Linux counts the processor time of a process as one.
-        if (flavor == PROC_PIDTHREADINFO && arg == 0)
+    case PROC_PIDTASKALLINFO:
+        return deliver(read_task, pid, buffer, buffersize);
+    case PROC_PIDLISTTHREADS:
+        return deliver(list_threads, pid, buffer, buffersize);
+    case PROC_PIDTHREADINFO:
+        if (arg != 0 && arg == thread_handle(pid))
             return deliver(read_thread, pid, buffer, buffersize);
+        errno = ESRCH;
+        return 0;
+    default:
         errno = EINVAL;
+        return 0;
     }
-    catch (const std::bad_alloc&)
+}
+
+int proc_listallpids(void* buffer, int buffersize)
+{
+    const auto room = static_cast<std::size_t>(buffersize) / sizeof(int);
+    auto* const ids = static_cast<int*>(buffer);
+    DIR* const folder = opendir("/proc");
+    if (folder == nullptr)
+        return 0;
+    std::size_t count = 0;
+    errno = 0;
+    while (count < room)
     {
-        errno = ENOMEM;
+        const dirent* const entry = readdir(folder);
+        if (entry == nullptr)
+            break;
+        if (mirovan::platform::read_number(entry->d_name, ids[count]))
+            ++count;
     }
-    return 0;
+    const int saved_errno = errno;
+    closedir(folder);
+    errno = saved_errno;
+    return saved_errno == 0 || count == room ? static_cast<int>(count) : 0;
 }
 
 int proc_pidpath(int pid, void* buffer, uint32_t buffersize)

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <libproc.h>
 #include <new>
 #include <sys/sysinfo.h>
 #include <sys/time.h>
@@ -60,6 +61,26 @@ catch (const std::bad_alloc&)
     return -1;
 }
 
+int give_process(int id, void* oldp, std::size_t* oldlenp)
+{
+    proc_taskallinfo task{};
+    if (proc_pidinfo(id, PROC_PIDTASKALLINFO, 0, &task, sizeof task) == 0)
+    {
+        *oldlenp = 0;
+        return errno == ESRCH ? 0 : -1;
+    }
+    kinfo_proc process{};
+    process.kp_proc.p_starttime = {static_cast<time_t>(task.pbsd.pbi_start_tvsec),
+                                   static_cast<suseconds_t>(task.pbsd.pbi_start_tvusec)};
+    process.kp_proc.p_stat = static_cast<char>(task.pbsd.pbi_status);
+    process.kp_proc.p_pid = id;
+    process.kp_proc.p_nice = static_cast<char>(task.pbsd.pbi_nice);
+    std::memcpy(process.kp_proc.p_comm, task.pbsd.pbi_comm, sizeof task.pbsd.pbi_comm);
+    process.kp_eproc.e_ucred.cr_uid = task.pbsd.pbi_uid;
+    process.kp_eproc.e_ppid = static_cast<pid_t>(task.pbsd.pbi_ppid);
+    return give(process, oldp, oldlenp);
+}
+
 } // namespace
 
 // NOLINTNEXTLINE(readability-non-const-parameter): the home platform declares it so.
@@ -73,6 +94,8 @@ int sysctl(int* name, unsigned int namelen, void* oldp, std::size_t* oldlenp, vo
     }
     if (namelen == 2 && name[0] == CTL_KERN && name[1] == KERN_BOOTTIME && oldlenp != nullptr)
         return give_start_time(oldp, oldlenp);
+    if (namelen == 4 && name[0] == CTL_KERN && name[1] == KERN_PROC && name[2] == KERN_PROC_PID)
+        return give_process(name[3], oldp, oldlenp);
     if (namelen == 2 && name[0] == CTL_HW && oldlenp != nullptr)
     {
         switch (name[1])

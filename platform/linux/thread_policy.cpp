@@ -1,43 +1,62 @@
 #include "platform/linux/process_text.h"
 #include "platform/linux/read_text.h"
-#include "platform/linux/tag_table.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <mach/mach.h>
+#include <mutex>
 #include <new>
+#include <optional>
 #include <pthread.h>
 #include <string>
 #include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace mirovan::platform
 {
 namespace
 {
 
-// The kernel has nothing of a thread's that another thread may write and read, that new threads do
-// not inherit, and that has no meaning of its own. So the tags stand here, for as many threads as
-// a process can well have; the memory is used as they come.
-constexpr std::size_t most_tagged_threads = 16384;
-constinit TagTable<most_tagged_threads> tags;
+/// A thread of this process, with the time of its start: an id is given anew.
+struct ThreadKey
+{
+    std::uint64_t id;
+    std::uint64_t start;
+    bool operator==(const ThreadKey&) const = default;
+};
 
-constexpr unsigned id_bits = 22; // The kernel's own limit of thread ids is 2 to the 22nd.
-
-/// The key of a live thread of this process; 0 when there is no such thread.
-ThreadKey key_of(std::uint64_t id)
+std::optional<ThreadKey> key_of(std::uint64_t id)
 {
     std::string text;
     const std::string path = "/proc/self/task/" + std::to_string(id) + "/stat";
     if (id == 0 || !read_one_piece(path.c_str(), text))
-        return 0;
+        return std::nullopt;
     const auto stat = parse_process_stat(text);
-    return stat ? stat->start_ticks << id_bits | id : 0;
+    return stat ? std::optional{ThreadKey{id, stat->start_ticks}} : std::nullopt;
 }
 
-bool is_alive(ThreadKey key)
+// The kernel has nothing of a thread's that another thread may write and read, that new threads do
+// not inherit, and that has no meaning of its own. So the tags are kept here.
+std::mutex mutex;
+std::vector<std::pair<ThreadKey, std::int32_t>> tags;
+std::size_t entries_to_clean = 64;
+
+/// Removes the tags of ended threads whenever there are twice as many tags as there were left.
+void clean()
 {
-    return key_of(key & ((1U << id_bits) - 1)) == key;
+    if (tags.size() < entries_to_clean)
+        return;
+    std::erase_if(tags, [](const auto& tag) { return key_of(tag.first.id) != tag.first; });
+    entries_to_clean = std::max<std::size_t>(64, 2 * tags.size());
+}
+
+auto find(const ThreadKey& thread)
+{
+    return std::find_if(tags.begin(), tags.end(),
+                        [&](const auto& tag) { return tag.first == thread; });
 }
 
 /// Whether a handle is the address of a thread's control block, whose first word, by the rules of
@@ -67,18 +86,28 @@ pid_t thread_id(pthread_t handle)
 
 kern_return_t set_tag(thread_act_t thread, integer_t tag)
 {
-    const ThreadKey key = key_of(thread);
-    if (key == 0)
+    const auto key = key_of(thread);
+    if (!key)
         return KERN_INVALID_ARGUMENT;
-    return tags.set(key, tag, is_alive) ? KERN_SUCCESS : KERN_RESOURCE_SHORTAGE;
+    const std::lock_guard lock{mutex};
+    if (const auto known = find(*key); known != tags.end())
+        known->second = tag;
+    else if (tag != THREAD_AFFINITY_TAG_NULL)
+    {
+        clean();
+        tags.emplace_back(*key, tag);
+    }
+    return KERN_SUCCESS;
 }
 
 kern_return_t get_tag(thread_act_t thread, integer_t& tag)
 {
-    const ThreadKey key = key_of(thread);
-    if (key == 0)
+    const auto key = key_of(thread);
+    if (!key)
         return KERN_INVALID_ARGUMENT;
-    tag = tags.get(key);
+    const std::lock_guard lock{mutex};
+    const auto known = find(*key);
+    tag = known == tags.end() ? THREAD_AFFINITY_TAG_NULL : known->second;
     return KERN_SUCCESS;
 }
 

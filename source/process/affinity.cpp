@@ -14,6 +14,8 @@ int errno_of(kern_return_t result)
     switch (result)
     {
     case KERN_INVALID_ARGUMENT:
+    case KERN_TERMINATED:
+    case MACH_SEND_INVALID_DEST:
         return EINVAL;
     case KERN_RESOURCE_SHORTAGE:
         return ENOMEM;

@@ -1,47 +1,28 @@
 #include "base/string.h"
 #include "source/calendar.h"
 #include "source/operation.h"
+#include "source/process/facts.h"
 #include "source/process/process_id.h"
 #include "source/system/account.h"
 
-#include <cstring>
+#include <algorithm>
 #include <libproc.h>
-#include <string_view>
-#include <sys/proc.h>
+#include <vector>
 
 namespace mirovan
 {
 namespace
 {
 
-/// Asks the system for one of its records of a process; false, with errno set, unless it comes
-/// whole.
-template <class Record>
-bool ask(pid_t process, int flavour, Record& record)
-{
-    constexpr int size = sizeof(Record);
-    errno = 0;
-    if (proc_pidinfo(process, flavour, 0, &record, size) == size)
-        return true;
-    if (errno == 0)
-        errno = ESRCH;
-    return false;
-}
-
-std::string_view short_name(const proc_bsdinfo& process)
-{
-    return {process.pbi_comm, strnlen(process.pbi_comm, sizeof process.pbi_comm)};
-}
-
-void fill(tag_Mirovan_Process_Infomation& record, const proc_taskallinfo& task)
+void fill(tag_Mirovan_Process_Infomation& record, const ProcessFacts& facts)
 {
     constexpr int running = 0;
     constexpr int not_running = 3;
-    record.nState = task.pbsd.pbi_status == SRUN ? running : not_running;
-    record.nThreadCount = task.ptinfo.pti_threadnum;
-    record.nVirtualSize = static_cast<uint32_t>(task.ptinfo.pti_virtual_size >> 2U);
-    record.nResidentSize = static_cast<uint32_t>(task.ptinfo.pti_resident_size >> 2U);
-    record.nPageIns = task.ptinfo.pti_pageins / 4;
+    record.nState = facts.runs() ? running : not_running;
+    record.nThreadCount = facts.task.pti_threadnum;
+    record.nVirtualSize = static_cast<uint32_t>(facts.task.pti_virtual_size >> 2U);
+    record.nResidentSize = static_cast<uint32_t>(facts.task.pti_resident_size >> 2U);
+    record.nPageIns = facts.task.pti_pageins / 4;
 }
 
 bool get_info(tag_Mirovan_Process_Infomation* record, const char* name, int id)
@@ -49,26 +30,74 @@ bool get_info(tag_Mirovan_Process_Infomation* record, const char* name, int id)
     if (record == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
     record->nProcessId = id;
-    proc_taskallinfo task{};
-    if (!ask(id, PROC_PIDTASKALLINFO, task))
+    ProcessFacts facts{};
+    if (!read_process(id, facts))
         return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED, errno);
-    copy_cut(record->tszProcessName, name != nullptr ? name : short_name(task.pbsd));
-    fill(*record, task);
-    const auto user = recent_login_name(task.pbsd.pbi_uid);
+    copy_cut(record->tszProcessName, name != nullptr ? name : facts.short_name());
+    fill(*record, facts);
+    const auto user = recent_login_name(facts.basic.pbi_uid);
     if (!user)
         return fail(ERROR_MIROVAN_PROCESS_INFO_FAILED, errno);
     copy_cut(record->tszUserName, *user);
     return true;
 }
 
+/// The usage of one thread of a process; false, with errno set, when there is no such thread.
+bool read_usage(pid_t process, uint64_t thread, int& usage)
+{
+    proc_threadinfo info{};
+    constexpr int size = sizeof info;
+    if (proc_pidinfo(process, PROC_PIDTHREADINFO, thread, &info, size) != size)
+        return false;
+    usage = info.pth_cpu_usage;
+    return true;
+}
+
+/// The handles of the threads of a process; empty, with errno set, when they cannot be listed.
+std::vector<uint64_t> threads_of(pid_t process)
+{
+    constexpr std::size_t usual = 64;
+    std::vector<uint64_t> threads(usual);
+    for (;;)
+    {
+        const int size = static_cast<int>(threads.size() * sizeof(uint64_t));
+        const int got = proc_pidinfo(process, PROC_PIDLISTTHREADS, 0, threads.data(), size);
+        if (got < size)
+        {
+            threads.resize(static_cast<std::size_t>(std::max(got, 0)) / sizeof(uint64_t));
+            return threads;
+        }
+        threads.resize(2 * threads.size());
+    }
+}
+
+/// The usage of all threads that still run.
+bool sum_usage(pid_t process, int& sum)
+{
+    bool known = false;
+    sum = 0;
+    for (const uint64_t thread : threads_of(process))
+    {
+        int usage = 0;
+        if (!read_usage(process, thread, usage))
+            continue;
+        sum += usage;
+        known = true;
+    }
+    return known;
+}
+
 bool get_usage(int* usage, int id)
 {
     if (usage == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
-    proc_threadinfo thread{};
-    if (!ask(named_process(id), PROC_PIDTHREADINFO, thread))
-        return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno);
-    *usage = thread.pth_cpu_usage;
+    const pid_t process = named_process(id);
+    int found = 0;
+    // No system has a thread of the handle 0; ESRCH says so.
+    errno = 0;
+    if (!read_usage(process, 0, found) && (errno != ESRCH || !sum_usage(process, found)))
+        return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno == 0 ? ESRCH : errno);
+    *usage = found;
     return true;
 }
 
@@ -76,10 +105,10 @@ bool get_start_time(TARVELO_LIBTIME* calendar, int id)
 {
     if (calendar == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
-    proc_taskallinfo task{};
-    if (!ask(named_process(id), PROC_PIDTASKALLINFO, task))
+    ProcessFacts facts{};
+    if (!read_process(named_process(id), facts))
         return fail(ERROR_MIROVAN_PROCESS_ACCESS, errno);
-    if (!local_calendar(static_cast<std::time_t>(task.pbsd.pbi_start_tvsec), *calendar))
+    if (!local_calendar(static_cast<std::time_t>(facts.basic.pbi_start_tvsec), *calendar))
         return fail(ERROR_MIROVAN_PROCESS_UPTIME_TIME, errno);
     return true;
 }

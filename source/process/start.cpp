@@ -107,17 +107,6 @@ int describe(const Launch& launch, FileActions& actions, Attributes& attributes)
     return error.get();
 }
 
-/// A descriptor beyond the standard streams in the place of one that may be one of them: a caller
-/// may have closed those.
-bool lift(Descriptor& descriptor)
-{
-    constexpr int first = 3;
-    if (descriptor.get() >= first)
-        return true;
-    descriptor = Descriptor{fcntl(descriptor.get(), F_DUPFD_CLOEXEC, first)};
-    return static_cast<bool>(descriptor);
-}
-
 } // namespace
 
 pid_t start_program(const Launch& launch)
@@ -143,6 +132,15 @@ pid_t start_shell(const char* line, Launch launch)
     return start_program(launch);
 }
 
+bool lift(Descriptor& descriptor)
+{
+    constexpr int first = 3;
+    if (descriptor.get() >= first)
+        return true;
+    descriptor = Descriptor{fcntl(descriptor.get(), F_DUPFD_CLOEXEC, first)};
+    return static_cast<bool>(descriptor);
+}
+
 bool open_pipe(Descriptor& reading, Descriptor& writing)
 {
     return platform::open_pipe(reading, writing) && lift(reading) && lift(writing);
@@ -161,6 +159,18 @@ bool Child::has_ended()
     return result != 0;
 }
 
+bool Child::looks_ended()
+{
+    if (state_ != State::running)
+        return true;
+    siginfo_t ended{};
+    if (waitid(P_PID, static_cast<id_t>(id_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0)
+        return ended.si_pid != 0;
+    if (errno == ECHILD)
+        state_ = State::gone;
+    return errno == ECHILD;
+}
+
 bool Child::wait(Clock::time_point limit)
 {
     bool readable = false;
@@ -172,9 +182,7 @@ bool Child::wait(Clock::time_point limit)
         // A child may be about to end, or be traced: then its end is seen before it can be reaped.
         if (!end_ || readable)
         {
-            const auto length = std::min<Clock::duration>(pause.next(), limit - now);
-            const timespec time = {0, static_cast<long>(length.count())};
-            nanosleep(&time, nullptr);
+            pause.take();
             continue;
         }
         pollfd end = {end_.get(), POLLIN, 0};
@@ -205,6 +213,12 @@ std::chrono::nanoseconds Pause::next()
 {
     constexpr std::chrono::nanoseconds longest = std::chrono::milliseconds{20};
     return std::exchange(length_, std::min(length_ + length_ / 4, longest));
+}
+
+void Pause::take()
+{
+    const timespec time = {0, static_cast<long>(next().count())};
+    nanosleep(&time, nullptr);
 }
 
 int poll_time(Clock::time_point limit)

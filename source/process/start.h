@@ -48,6 +48,22 @@ pid_t start_shell(const char* line, Launch launch);
 /// on failure.
 bool open_pipe(Descriptor& reading, Descriptor& writing);
 
+/// Replaces a descriptor that may be one of the standard streams by one beyond them, which is not
+/// inherited; false, with errno set, on failure.
+bool lift(Descriptor& descriptor);
+
+/// Pauses of growing length between two looks at something that cannot be waited for: 50
+/// microseconds to 20 milliseconds.
+class Pause
+{
+public:
+    std::chrono::nanoseconds next();
+    void take();
+
+private:
+    std::chrono::nanoseconds length_ = std::chrono::microseconds{50};
+};
+
 /// A child, or a process that may be one, to wait for and to signal.
 ///
 /// It never sleeps in waitpid(), which on macOS wakes up only when the last child of a caller that
@@ -64,6 +80,9 @@ public:
 
     /// Looks whether the child has ended, and reaps it.
     bool has_ended();
+
+    /// Looks whether it has ended, and leaves it to be reaped: its id stays its own.
+    bool looks_ended();
 
     /// Waits until it has; false when it has not by then.
     bool wait(Clock::time_point limit = never);
@@ -92,17 +111,6 @@ private:
     State state_ = State::running;
     int status_ = 0;
     rusage usage_{};
-};
-
-/// Pauses of growing length between two looks at something that cannot be waited for: 50
-/// microseconds to 20 milliseconds.
-class Pause
-{
-public:
-    std::chrono::nanoseconds next();
-
-private:
-    std::chrono::nanoseconds length_ = std::chrono::microseconds{50};
 };
 
 /// Milliseconds for poll() until a point in time, rounded up; -1 for never.

@@ -48,11 +48,11 @@ void copy_text(char (&to)[Size], const char* from)
 char state_of(int process)
 {
     std::string text;
-    const std::string path = "/proc/" + std::to_string(process) + "/status";
+    const std::string path = "/proc/" + std::to_string(process) + "/stat";
     if (!mirovan::platform::read_one_piece(path.c_str(), text))
         return errno == ENOENT ? 'X' : '\0';
-    const auto status = mirovan::platform::parse_process_status(text);
-    return status ? status->state : 'X';
+    const auto stat = mirovan::platform::parse_process_stat(text);
+    return stat ? stat->state : 'X';
 }
 
 /// Others' processes are closed to all but the superuser.
@@ -89,10 +89,16 @@ int all_info(int process, void* to, int size)
     darwin_proc_taskallinfo record{.pbsd_pbi_status = static_cast<uint32_t>(
                                        state == 'T' || state == 't' ? darwin_SSTOP : darwin_SRUN),
                                    .pbsd_pbi_pid = static_cast<uint32_t>(process),
+                                   .pbsd_pbi_ppid = found.pbsd.pbi_ppid,
                                    .pbsd_pbi_uid = found.pbsd.pbi_uid,
+                                   .pbsd_pbi_nice = found.pbsd.pbi_nice,
                                    .pbsd_pbi_start_tvsec = found.pbsd.pbi_start_tvsec,
+                                   .pbsd_pbi_start_tvusec = found.pbsd.pbi_start_tvusec,
                                    .ptinfo_pti_virtual_size = found.ptinfo.pti_virtual_size,
                                    .ptinfo_pti_resident_size = found.ptinfo.pti_resident_size,
+                                   .ptinfo_pti_total_user = found.ptinfo.pti_total_user,
+                                   .ptinfo_pti_total_system = found.ptinfo.pti_total_system,
+                                   .ptinfo_pti_faults = found.ptinfo.pti_faults,
                                    .ptinfo_pti_pageins = found.ptinfo.pti_pageins,
                                    .ptinfo_pti_threadnum = found.ptinfo.pti_threadnum,
                                    .ptinfo_pti_numrunning = state == 'R'};
@@ -119,7 +125,8 @@ DARWIN_CALL int darwin_proc_pidinfo(int process, int flavour, uint64_t argument,
         proc_threadinfo found{};
         if (argument != (uint64_t{1} << 32 | static_cast<unsigned>(process)))
             return fails(ESRCH, 0);
-        if (proc_pidinfo(process, PROC_PIDTHREADINFO, 0, &found, sizeof found) != sizeof found)
+        const auto all = static_cast<uint64_t>(process);
+        if (proc_pidinfo(process, PROC_PIDTHREADINFO, all, &found, sizeof found) != sizeof found)
             return 0;
         return hand_out(darwin_proc_threadinfo{.pth_cpu_usage = found.pth_cpu_usage}, to, size);
     }

@@ -179,6 +179,13 @@ Result fails(int way, Result result)
     return result;
 }
 
+/// It may be waiting for the library.
+void end_child(id_t child)
+{
+    static constinit std::atomic<int (*)(pid_t, int)> known = nullptr;
+    next(known, "kill")(static_cast<pid_t>(child), SIGKILL);
+}
+
 void refuse(const char* what)
 {
     static_cast<void>(!write(STDERR_FILENO, what, std::strlen(what)));
@@ -382,6 +389,9 @@ extern "C"
     STAND_IN(pid_t, wait4, (pid_t child, int* status, int options, rusage* usage),
              (child, status, options, usage),
              (way == EINTR ? 0 : real(child, status, 0, usage), fails(way, -1)), ECHILD, EINTR)
+    STAND_IN(int, waitid, (idtype_t type, id_t child, siginfo_t* info, int options),
+             (type, child, info, options),
+             (end_child(child), real(type, child, info, WEXITED), fails(way, -1)), ECHILD)
     FAILING(int, getpriority, (int which, id_t who), (which, who), ESRCH, EACCES)
     FAILING(long, syscall, (long number, long a, long b, long c, long d, long e, long f),
             (number, a, b, c, d, e, f), EACCES, EPERM, ESRCH)

@@ -587,6 +587,33 @@ void World::add_process_facts()
         "SetPriority", "process", {ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED}, 0,
         [this] { return Mirovan_Process_SetPriority(19, sleeper_); },
         [this](Hit) { return getpriority(PRIO_PROCESS, static_cast<id_t>(sleeper_)) == 19; }));
+    auto* const record = at<MIROVAN_PROCESS_RECORD>();
+    add(
+        "GetRecord", "process", {ERROR_MIROVAN_PROCESS_RECORD_FAILED}, sizeof *record,
+        [=] { return Mirovan_Process_GetRecord(0, record); },
+        [=](Hit)
+        {
+            return record->nProcessId == getpid() && record->nParentId == getppid() &&
+                   record->nUserId == geteuid() && record->nThreadCount > 0 &&
+                   record->nResidentSize > 0;
+        })
+        .prepare = [=] { record->nSize = sizeof *record; };
+    // A process whose files cannot be read comes with its id alone.
+    add(
+        "List", "process", {ERROR_MIROVAN_PROCESS_LIST_FAILED}, sizeof *record,
+        [=]
+        {
+            return Mirovan_Process_List(
+                [](const MIROVAN_PROCESS_RECORD* listed, void* own)
+                {
+                    if (listed->nProcessId == getpid())
+                        *static_cast<MIROVAN_PROCESS_RECORD*>(own) = *listed;
+                    return true;
+                },
+                record);
+        },
+        [=](Hit hit)
+        { return hit.fired != 0 || (record->nProcessId == getpid() && record->nThreadCount > 0); });
     const auto tag_is = [](unsigned long expected)
     {
         unsigned long tag = 0;
@@ -635,6 +662,52 @@ void World::add_process_control()
             stop.asks_commands = by_name;
             stop.resets_child_signal = ignore_child;
         }
+    auto* const result = at<MIROVAN_COMMAND_RESULT>();
+    with_sleeper(add(
+                     "Wait", "process", {ERROR_MIROVAN_PROCESS_WAIT_FAILED}, sizeof *result,
+                     [=, this] { return Mirovan_Process_Wait(sleeper_, -1, result); },
+                     [=](Hit hit) {
+                         return result->nSignal == SIGKILL ||
+                                (hit.fired != 0 && result->nEnd == MIROVAN_END_UNKNOWN);
+                     }))
+        .prepare = [=, this]
+    {
+        start_sleeper();
+        kill(sleeper_, SIGKILL);
+        result->nSize = sizeof *result;
+    };
+    struct Executed
+    {
+        MIROVAN_COMMAND_RESULT result;
+        char output[64];
+    };
+    auto* const executed = at<Executed>();
+    Operation& execution = add(
+        "Execute", "process", {ERROR_MIROVAN_PROCESS_EXECUTE_FAILED}, sizeof *executed,
+        [=]
+        {
+            auto command = sized<MIROVAN_COMMAND>();
+            command.lpszShellLine = "cat; echo errors >&2; exit 3";
+            command.lpszFolder = "/";
+            command.pInput = "input ";
+            command.nInputLen = 6;
+            command.pfnErrors =
+                command.pfnOutput = [](const char* data, uint64_t length, void* text)
+            {
+                std::strncat(static_cast<char*>(text), data, length);
+                return true;
+            };
+            command.pContext = executed->output;
+            return Mirovan_Process_Execute(&command, &executed->result);
+        },
+        [=](Hit hit)
+        {
+            return (hit.fired != 0 && executed->result.nSignal == SIGKILL) ||
+                   (executed->result.nExitStatus == 3 &&
+                    std::strcmp(executed->output, "input errors\n") == 0);
+        });
+    execution.prepare = [=] { *executed = {sized<MIROVAN_COMMAND_RESULT>(), ""}; };
+    execution.promised = [=] { return executed->result.nEnd == 0; };
     auto* const id = at<unsigned long>();
     add(
         "CreateProcess", "process", {ERROR_MIROVAN_PROCESS_EXEC}, sizeof *id,

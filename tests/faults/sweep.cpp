@@ -36,7 +36,7 @@ constexpr Exemption exemptions[] = {
     {"(any)", "sigaction, pthread_sigmask, signal", nullptr,
      "fail only where an earlier setting is saved or a signal ignored: a call that gives a setting "
      "back cannot fail with valid arguments, nor could anything be done about it"},
-    {"(any)", "close, closedir, fclose, dlclose, wait4", nullptr,
+    {"(any)", "close, closedir, fclose, dlclose, wait4, waitid", nullptr,
      "do their work also when they report a failure, as the system's do"},
     {"(any)", "time, clock_gettime, sysconf(_SC_PAGESIZE, _SC_CLK_TCK), tzset, fileno, dlsym",
      nullptr, "never fail: with valid arguments they cannot"},

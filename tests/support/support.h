@@ -94,6 +94,15 @@ private:
     Environment path_;
 };
 
+/// A record that begins with its size.
+template <class Record>
+Record sized()
+{
+    Record record{};
+    record.nSize = sizeof record;
+    return record;
+}
+
 /// Whether a call failed as the convention says: false, flag, code (for the process and for the
 /// thread), and errno unless it is 0.
 testing::AssertionResult failed_with(bool result, uint64_t code, int system_errno = 0);
