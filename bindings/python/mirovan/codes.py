@@ -54,6 +54,10 @@ class ErrorCode(IntEnum):
     PROCESS_FORK = 0x40A3018
     PROCESS_EXEC = 0x40A3019
     PROCESS_SETCPU_FAILED = 0x40A3020
+    PROCESS_EXECUTE_FAILED = 0x40A3021
+    PROCESS_WAIT_FAILED = 0x40A3022
+    PROCESS_LIST_FAILED = 0x40A3023
+    PROCESS_RECORD_FAILED = 0x40A3024
 
 
 # The sentences of codes that join several causes: code, name of errno, operation, sentence.
