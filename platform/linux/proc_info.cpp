@@ -274,7 +274,7 @@ int proc_listallpids(void* buffer, int buffersize)
     }
     const int saved_errno = errno;
     closedir(folder);
-    errno = saved_errno;
+    errno = saved_errno == 0 && count == 0 ? ENOENT : saved_errno;
     return saved_errno == 0 || count == room ? static_cast<int>(count) : 0;
 }
 

@@ -687,9 +687,10 @@ void World::add_process_control()
         [=]
         {
             auto command = sized<MIROVAN_COMMAND>();
-            command.lpszShellLine = "cat; echo errors >&2; exit 3";
+            command.lpszShellLine = "read word; echo $word; echo errors >&2; exit 3";
+            command.nFlags = MIROVAN_COMMAND_MERGE;
             command.lpszFolder = "/";
-            command.pInput = "input ";
+            command.pInput = "input\n";
             command.nInputLen = 6;
             command.pfnErrors =
                 command.pfnOutput = [](const char* data, uint64_t length, void* text)
@@ -702,9 +703,10 @@ void World::add_process_control()
         },
         [=](Hit hit)
         {
-            return (hit.fired != 0 && executed->result.nSignal == SIGKILL) ||
+            return (hit.fired != 0 && (executed->result.nSignal == SIGKILL ||
+                                       executed->result.nEnd == MIROVAN_END_UNKNOWN)) ||
                    (executed->result.nExitStatus == 3 &&
-                    std::strcmp(executed->output, "input errors\n") == 0);
+                    std::strcmp(executed->output, "input\nerrors\n") == 0);
         });
     execution.prepare = [=] { *executed = {sized<MIROVAN_COMMAND_RESULT>(), ""}; };
     execution.promised = [=] { return executed->result.nEnd == 0; };
