@@ -23,12 +23,14 @@
 
 #include "mirovan.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <compare>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -275,6 +277,48 @@ inline std::chrono::local_seconds local(const TARVELO_LIBTIME& time)
     const year_month_day day{year{time.nYear}, month{static_cast<unsigned>(time.nMonth)},
                              std::chrono::day{static_cast<unsigned>(time.nDay)}};
     return local_days{day} + hours{time.nHour} + minutes{time.nMinute} + seconds{time.nSecond};
+}
+
+/** A field of a record, when its bit says that it is known. */
+template <class Record, class Bit, class Value>
+std::optional<Value> known(const Record& record, Bit bit, Value value)
+{
+    return (record.nKnown & static_cast<uint32_t>(bit)) != 0 ? std::optional{value} : std::nullopt;
+}
+
+inline std::chrono::sys_time<std::chrono::nanoseconds> time(int64_t nanoseconds)
+{
+    return std::chrono::sys_time<std::chrono::nanoseconds>{std::chrono::nanoseconds{nanoseconds}};
+}
+
+/** Passes each record of a listing to a function; an exception in it ends the listing and is thrown
+ *  on. */
+template <class Record, class Function, class List>
+bool each(Function& function, List list)
+{
+    struct context
+    {
+        Function& function;
+        std::exception_ptr thrown;
+    } given{function, {}};
+    const auto take = [](const Record* record, void* pointer)
+    {
+        auto& to = *static_cast<context*>(pointer);
+        try
+        {
+            to.function(*record);
+            return true;
+        }
+        catch (...)
+        {
+            to.thrown = std::current_exception();
+            return false;
+        }
+    };
+    const bool listed = list(+take, static_cast<void*>(&given));
+    if (given.thrown)
+        std::rethrow_exception(given.thrown);
+    return listed;
 }
 
 /** Texts that the library allocated, as a range that owns them. */
@@ -956,6 +1000,53 @@ inline serial_record serials()
     return serials(detail::throws);
 }
 
+/** A mounted volume; see Mirovan_HardWare_ListVolumes(). What is unknown has no value. */
+struct volume_details
+{
+    std::filesystem::path mount_point;      /**< Where it is mounted. */
+    std::string device;                     /**< Device, or server and path; empty if unknown. */
+    std::string type;                       /**< Name of the file system. */
+    std::string label;                      /**< Its name; empty if it has none. */
+    std::optional<std::uint64_t> total;     /**< Size in bytes. */
+    std::optional<std::uint64_t> free;      /**< Free bytes. */
+    std::optional<std::uint64_t> available; /**< Free bytes for an unprivileged user. */
+    std::optional<bool> read_only;          /**< Mounted for reading alone. */
+    std::optional<bool> removable;          /**< Its medium can be removed. */
+    std::optional<bool> local;              /**< On this machine. */
+};
+
+/** The mounted volumes. @param flags values of ::Mirovan_VolumeFlag, or 0 */
+inline std::vector<volume_details> volumes(std::uint32_t flags, std::error_code& ec)
+{
+    std::vector<volume_details> found;
+    const auto add = [&](const MIROVAN_VOLUME& volume)
+    {
+        const auto known = [&](auto bit, auto value) { return detail::known(volume, bit, value); };
+        found.push_back({volume.tszMountPoint, volume.tszDevice, volume.tszType, volume.tszLabel,
+                         known(MIROVAN_VOLUME_KNOWN_TOTAL, volume.nTotal),
+                         known(MIROVAN_VOLUME_KNOWN_FREE, volume.nFree),
+                         known(MIROVAN_VOLUME_KNOWN_AVAILABLE, volume.nAvailable),
+                         known(MIROVAN_VOLUME_KNOWN_READ_ONLY, volume.bReadOnly),
+                         known(MIROVAN_VOLUME_KNOWN_REMOVABLE, volume.bRemovable),
+                         known(MIROVAN_VOLUME_KNOWN_LOCAL, volume.bLocal)});
+    };
+    detail::report(
+        detail::each<MIROVAN_VOLUME>(add, [&](auto take, void* to)
+                                     { return Mirovan_HardWare_ListVolumes(flags, take, to); }),
+        ec, "volumes");
+    return found;
+}
+/** The same without flags. */
+inline std::vector<volume_details> volumes(std::error_code& ec)
+{
+    return volumes(0, ec);
+}
+/** The same; throws mirovan::error. */
+inline std::vector<volume_details> volumes(std::uint32_t flags = 0)
+{
+    return volumes(flags, detail::throws);
+}
+
 } // namespace hardware
 
 /** Processes and commands. A process id of 0 is the calling process, but for info(). */
@@ -1401,6 +1492,168 @@ inline void run(const std::string& command, std::chrono::seconds limit)
 {
     return run(command, limit, detail::throws);
 }
+
+/** Memory in bytes; see Mirovan_System_GetMemoryRecord(). What is unknown has no value. */
+struct memory_details_record
+{
+    std::optional<std::uint64_t> total;         /**< Physical memory. */
+    std::optional<std::uint64_t> available;     /**< What programs may still take. */
+    std::optional<std::uint64_t> free;          /**< Pages without content. */
+    std::optional<std::uint64_t> wired;         /**< What cannot be paged out. */
+    std::optional<std::uint64_t> compressed;    /**< What compressed pages take up. */
+    std::optional<std::uint64_t> cached;        /**< Content of files. */
+    std::optional<std::uint64_t> swap_total;    /**< Swap space. */
+    std::optional<std::uint64_t> swap_used;     /**< Swap space in use. */
+    std::optional<std::uint64_t> process_limit; /**< Limit that holds for this process. */
+};
+
+/** The memory in detail; see Mirovan_System_GetMemoryRecord(). */
+inline memory_details_record memory_details(std::error_code& ec)
+{
+    MIROVAN_MEMORY_RECORD record{};
+    record.nSize = sizeof record;
+    detail::report(Mirovan_System_GetMemoryRecord(&record), ec, "memory_details");
+    const auto known = [&](auto bit, auto value) { return detail::known(record, bit, value); };
+    return {known(MIROVAN_MEMORY_KNOWN_TOTAL, record.nTotal),
+            known(MIROVAN_MEMORY_KNOWN_AVAILABLE, record.nAvailable),
+            known(MIROVAN_MEMORY_KNOWN_FREE, record.nFree),
+            known(MIROVAN_MEMORY_KNOWN_WIRED, record.nWired),
+            known(MIROVAN_MEMORY_KNOWN_COMPRESSED, record.nCompressed),
+            known(MIROVAN_MEMORY_KNOWN_CACHED, record.nCached),
+            known(MIROVAN_MEMORY_KNOWN_SWAP_TOTAL, record.nSwapTotal),
+            known(MIROVAN_MEMORY_KNOWN_SWAP_USED, record.nSwapUsed),
+            known(MIROVAN_MEMORY_KNOWN_PROCESS_LIMIT, record.nProcessLimit)};
+}
+/** The same; throws mirovan::error. */
+inline memory_details_record memory_details()
+{
+    return memory_details(detail::throws);
+}
+
+/** What this system is; see Mirovan_System_GetIdentity(). What is unknown is empty. */
+struct identity_record
+{
+    std::string name;                                           /**< As people say it. */
+    std::string version;                                        /**< Version of that. */
+    std::string kernel;                                         /**< Name of the kernel. */
+    std::string kernel_version;                                 /**< Release of the kernel. */
+    std::string architecture;                                   /**< Such as "x86_64". */
+    std::string host;                                           /**< Name in the network. */
+    std::chrono::sys_time<std::chrono::nanoseconds> start_time; /**< Start of the system. */
+    std::uint64_t page_size = 0;                                /**< In bytes. */
+    unsigned processors = 0;                                    /**< That the system has. */
+    unsigned processors_online = 0;                             /**< That are online. */
+    unsigned processors_usable = 0;                             /**< By this process. */
+};
+
+/** Names and versions of the system, its start and its processors. */
+inline identity_record identity(std::error_code& ec)
+{
+    MIROVAN_IDENTITY record{};
+    record.nSize = sizeof record;
+    detail::report(Mirovan_System_GetIdentity(&record), ec, "identity");
+    return {record.tszSystemName,
+            record.tszSystemVersion,
+            record.tszKernelName,
+            record.tszKernelVersion,
+            record.tszArchitecture,
+            record.tszHostName,
+            detail::time(record.nStartTime),
+            record.nPageSize,
+            record.nProcessors,
+            record.nProcessorsOnline,
+            record.nProcessorsUsable};
+}
+/** The same; throws mirovan::error. */
+inline identity_record identity()
+{
+    return identity(detail::throws);
+}
+
+/** How a processor has spent its time since the system started. */
+struct processor_times_record
+{
+    int processor = MIROVAN_PROCESSOR_ALL; /**< Number from 0; MIROVAN_PROCESSOR_ALL for all. */
+    std::chrono::nanoseconds user{};       /**< In programs of normal priority. */
+    std::chrono::nanoseconds nice{};       /**< In programs of lowered priority. */
+    std::chrono::nanoseconds system{};     /**< In the kernel. */
+    std::chrono::nanoseconds idle{};       /**< Without work. */
+};
+
+/** All processors together, then each one; see Mirovan_System_GetProcessorTimes(). */
+inline std::vector<processor_times_record> processor_times(std::error_code& ec)
+{
+    std::vector<processor_times_record> found;
+    const auto add = [&](const MIROVAN_PROCESSOR_TIMES& times)
+    {
+        using std::chrono::nanoseconds;
+        found.push_back({times.nProcessor, nanoseconds{times.nUser}, nanoseconds{times.nNice},
+                         nanoseconds{times.nSystem}, nanoseconds{times.nIdle}});
+    };
+    detail::report(detail::each<MIROVAN_PROCESSOR_TIMES>(add, Mirovan_System_GetProcessorTimes), ec,
+                   "processor_times");
+    return found;
+}
+/** The same; throws mirovan::error. */
+inline std::vector<processor_times_record> processor_times()
+{
+    return processor_times(detail::throws);
+}
+
+/** The load of the processors between two calls. */
+class load_sampler
+{
+public:
+    /** Shares of the time that was not idle, 0 to 1. */
+    struct sample
+    {
+        double total = 0;         /**< Of all processors together. */
+        std::vector<double> each; /**< Of each processor. */
+    };
+
+    /** Starts to measure. */
+    load_sampler() : last_{processor_times()} {}
+
+    /** The load since the last call, or the construction; see Mirovan_System_GetProcessorTimes(). */
+    sample load(std::error_code& ec)
+    {
+        std::vector<processor_times_record> now = processor_times(ec);
+        sample result;
+        for (const processor_times_record& times : now)
+        {
+            const double share = load_since(times);
+            if (times.processor == MIROVAN_PROCESSOR_ALL)
+                result.total = share;
+            else
+                result.each.push_back(share);
+        }
+        if (!now.empty())
+            last_ = std::move(now);
+        return result;
+    }
+    /** The same; throws mirovan::error. */
+    sample load() { return load(detail::throws); }
+
+private:
+    [[nodiscard]] double load_since(const processor_times_record& now) const
+    {
+        for (const processor_times_record& before : last_)
+        {
+            if (before.processor != now.processor)
+                continue;
+            const auto busy =
+                now.user - before.user + now.nice - before.nice + now.system - before.system;
+            const auto all = busy + now.idle - before.idle;
+            return all.count() > 0 && busy.count() > 0
+                       ? std::min(1.0, static_cast<double>(busy.count()) /
+                                           static_cast<double>(all.count()))
+                       : 0.0;
+        }
+        return 0;
+    }
+
+    std::vector<processor_times_record> last_;
+};
 
 } // namespace system
 } // namespace mirovan
