@@ -8,26 +8,25 @@
  * ## Results and errors
  * Every operation returns true on success. It first clears the error flag; when it fails it sets
  * the flag, stores one of the codes of ::MIROVAN_ERROR_MAP and returns false. A code is never
- * cleared, so after a success the code of the last failure can still be read: only the result, or
- * the flag, tells whether it is current. errno is left as the system call that failed set it; a
- * refused argument leaves EINVAL there, an exhausted memory ENOMEM, a text that does not fit
- * ENAMETOOLONG.
+ * cleared, so after a success it is that of the last failure: only the result, or the flag,
+ * indicates whether it is current. errno is left as the failing system call set it: EINVAL for an
+ * invalid argument, ENOMEM if allocation fails, ENAMETOOLONG if a string does not fit.
  *
- * The flag and the code stand twice: once for the whole process (::Mirovan_IsErrorOccur,
- * ::Mirovan_dwErrorCode, Mirovan_GetLastError()), and once for each thread
- * (Mirovan_GetThreadError()). A program with several threads uses the second.
+ * The flag and the code exist per process (::Mirovan_IsErrorOccur, ::Mirovan_dwErrorCode,
+ * Mirovan_GetLastError()) and per thread (Mirovan_GetThreadError()). A program with several threads
+ * uses the second.
  *
  * ## Strings and buffers
- * Narrow strings are UTF-8, wide strings UTF-32 in wchar_t; both end in NUL. A buffer that
- * receives a text belongs to the caller and has the size that its parameter states. Records are
+ * Narrow strings are UTF-8, wide strings UTF-32 in wchar_t; both are null-terminated. A buffer that
+ * receives a string belongs to the caller and has the size that its parameter states. Records are
  * not cleared before they are filled: a field that an operation does not fill keeps its content.
- * A path that has to be converted, taken apart or listed holds at most 1,023 bytes (wide:
- * characters); a longer one is refused, never cut. Texts in fields of a record are cut at a
- * character boundary to what the field holds, and always end in NUL.
+ * A path that has to be converted, split or listed has at most 1,023 bytes; a longer one is
+ * rejected, never truncated. Strings in fields of a record are truncated at a character boundary to
+ * the size of the field, and are always null-terminated.
  *
- * ## Row tables
- * Lists come back as row tables: an array with a pointer to each row, followed by a null pointer.
- * The caller gives them back with Fundix_Memory_Free() and the count that came with them.
+ * ## Arrays of rows
+ * Lists are returned as a null-terminated array of pointers to rows. The caller releases it, and all
+ * rows with it, by Fundix_Memory_Free() and the count that came with it; never by free().
  *
  * ## Threads
  * The library starts no thread. Between calls it keeps the error state, for each thread the login
@@ -521,11 +520,11 @@ extern "C"
      *  @{ */
 
     /**
-     * @brief Size, times and flags of a file or folder; links are followed.
+     * @brief Returns size, times and flags of a file or folder; symbolic links are followed.
      *
      * @param lpszFile path, UTF-8.
      * @param pstFileAttr record to fill; untouched on failure.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
      *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read.
      *
      * Threads: any. From: stat(), access().
@@ -538,9 +537,8 @@ extern "C"
      *
      * @param lpwszFile path, UTF-32; at most 1,023 bytes in UTF-8.
      * @param pstFileAttr record to fill; untouched on failure.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
-     *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read, or the path
-     *         is too long or no valid text.
+     * @return as Mirovan_File_GetFileAttrA(); ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND also if the path is
+     *         too long (ENAMETOOLONG) or not valid (EILSEQ).
      *
      * Threads: any. From: stat(), access().
      */
@@ -548,20 +546,20 @@ extern "C"
                                                MIROVAN_FILE_ATTR* pstFileAttr);
 
     /**
-     * @brief Writes a buffer to a file in place of its earlier content; makes missing folders
-     * first.
+     * @brief Writes a buffer to a file and replaces its content; creates missing folders first.
      *
-     * @param lpszFile path of the file, UTF-8; without a folder part it is in the current folder.
-     * @param lpszBuffer bytes to write; they may contain NUL.
-     * @param nBufLen how many bytes to write, 0 or more; with 0 the file becomes empty.
-     * @return true when every byte was written. Codes: ::ERROR_MIROVAN_FILE_SAVE_PARAMETER a null
-     *         argument or a negative length; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED the folder
-     *         cannot be made; ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is
-     *         too long, or bytes could not be written (the file is then left short). When the
-     *         folder was made on the way, the code reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after
-     *         the success.
+     * @param lpszFile path of the file, UTF-8, at most 1,023 bytes; a name without a folder is in the
+     *                 current folder.
+     * @param lpszBuffer bytes to write; they may contain null bytes.
+     * @param nBufLen number of bytes, 0 or more; with 0 the file becomes empty.
+     * @return true if every byte was written and the file was closed without an error. Codes:
+     *         ::ERROR_MIROVAN_FILE_SAVE_PARAMETER a null argument or a negative length;
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED the folder cannot be created;
+     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is too long, or bytes
+     *         could not be written or were lost when the file was closed (the file is left short). If
+     *         the folder was created, the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after a success.
      *
-     * Threads: any. From: stat(), mkdir(), open(), fwrite().
+     * Threads: any. From: stat(), mkdir(), open(), write(), close().
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer,
                                                   int nBufLen);
@@ -571,38 +569,46 @@ extern "C"
      *
      * @param lpwszFile path of the file, UTF-32; at most 1,023 bytes in UTF-8.
      * @param lpszBuffer bytes to write.
-     * @param nBufLen how many bytes to write, 0 or more.
-     * @return as Mirovan_File_SaveBuffToFileA(); a path that is no valid text gives
-     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
-     *         is the folder part that is not.
+     * @param nBufLen number of bytes, 0 or more.
+     * @return as Mirovan_File_SaveBuffToFileA(); a path that is not valid gives
+     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if its
+     *         folder part is not valid (EILSEQ).
      *
-     * Threads: any. From: stat(), mkdir(), open(), fwrite().
+     * Threads: any. From: stat(), mkdir(), open(), write(), close().
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
                                                   int nBufLen);
 
     /**
-     * @brief Lists a folder, or the whole tree below it, into a row table.
+     * @brief Lists a folder, or the whole tree below it, as an array of paths.
      *
-     * @param lpszPath a folder; or a folder and a pattern such as "folder/\*.txt" that names
-     *                 nothing existing, whose extension then selects the files: those are listed
-     *                 whose extension begins with it, in any case; or a path that ends in "*".
-     * @param pppszFileList receives the table, rows of 1,024 bytes, one path each, in the order of
-     *                      the walk (not sorted); give it back with Fundix_Memory_Free(). Null to
+     * A path that does not exist and whose last part has an extension is a pattern: the files of the
+     * folder before it are listed whose extension begins with that one, in any case. Nothing else of
+     * the last part counts: "folder/\*.txt" and "folder/missing.txt" both list a.txt, B.TXT and
+     * c.txt2. "x\*" alone is not a pattern, and "folder/x\*" names nothing. After a success with a
+     * pattern the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND.
+     *
+     * @param lpszPath a folder, a pattern, or a folder followed by "/\*" for all that is in it; UTF-8,
+     *                 at most 1,023 bytes.
+     * @param pppszFileList receives a null-terminated array of rows of 1,024 bytes, one path each, in
+     *                      the order of the file system; release it with Fundix_Memory_Free(). Null to
      *                      count only.
      * @param pnFileCount receives the number of paths; may be null.
-     * @param bRecurse true for the whole tree (links are listed, not followed; folders named
-     *                 "$RECYCLE.BIN" and "System Volume Information" are left out), false for the
-     *                 folder's own entries.
-     * @param nListType 1 files, 2 folders, 3 both; with any other value nothing is listed.
-     *                  Everything that is no folder is a file. A pattern never leaves out a folder.
-     * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null
-     *         path; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder, or a failure while walking or
-     *         of memory (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing found (the
-     *         count is 0, and the table null).
+     * @param bRecurse true for the whole tree (symbolic links are listed and not followed; folders
+     *                 named "$RECYCLE.BIN" and "System Volume Information" are left out), false for
+     *                 the folder's own entries.
+     * @param nListType a ::Mirovan_ListKind; with any other value nothing is listed. A pattern does
+     *                  not filter folders.
+     * @return true if something was found. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null path;
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR the folder does not exist (ENOENT, ENOTDIR), a folder
+     *         cannot be read, with bRecurse the path of a file is not valid UTF-8 (EILSEQ), or memory
+     *         ran out (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing was found, the
+     *         count is 0 and the array null: errno is EACCES or EPERM if a folder could not be read
+     *         for lack of permission, else ENOENT.
      *
-     * Folders that may not be read are listed and passed over; an entry whose status cannot be read
-     * is left out. Threads: any. From: open(), directory reading, lstat().
+     * Folders that the caller may not read are listed and not entered. Left out are entries whose
+     * status cannot be read and paths of 1,024 bytes or more; Mirovan_File_Walk() reports both.
+     * Threads: any. From: openat(), readdir(), fstatat().
      */
     MIROVAN_API bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList,
                                             int* pnFileCount, bool bRecurse, int nListType);
@@ -610,29 +616,29 @@ extern "C"
     /**
      * @brief The same as Mirovan_File_EnumFileA() for wide paths, without the trailing "*".
      *
-     * @param lpwszPath a folder, or a folder and a pattern with an extension.
-     * @param pppwszFileList receives the table, rows of 1,024 wide characters; null to count only.
+     * @param lpwszPath a folder or a pattern, UTF-32; at most 1,023 bytes in UTF-8.
+     * @param pppwszFileList receives a null-terminated array of rows of 1,024 wide characters; null to
+     *                       count only.
      * @param pnFileCount receives the number of paths; may be null.
      * @param bRecurse as in Mirovan_File_EnumFileA().
      * @param nListType as in Mirovan_File_EnumFileA().
-     * @return true when something was found. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null
-     *         path; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR and ::ERROR_MIROVAN_FILE_ENUM_EMPTY as in
-     *         Mirovan_File_EnumFileA(); an entry whose name is no valid UTF-8 ends the walk with
-     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR.
+     * @return as Mirovan_File_EnumFileA(), except: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null path;
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR also, with or without bRecurse, if the name of a folder
+     *         entered or of an entry to list is not valid UTF-8 (EILSEQ).
      *
-     * Threads: any. From: open(), directory reading, lstat().
+     * Threads: any. From: openat(), readdir(), fstatat().
      */
     MIROVAN_API bool Mirovan_File_EnumFileW(const wchar_t* lpwszPath, wchar_t*** pppwszFileList,
                                             int* pnFileCount, bool bRecurse, int nListType);
 
     /**
-     * @brief Makes sure that a path exists; makes every missing folder of it.
+     * @brief Makes sure that a path exists; creates every missing folder of it.
      *
-     * @param lpszPath path, UTF-8; one trailing backslash is dropped. Whatever exists there
-     *                 already, also a file, counts as success.
-     * @return true when the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null
-     *         path; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be made or its status cannot
-     *         be read (folders made before the failure remain).
+     * @param lpszPath path, UTF-8, at most 1,023 bytes; one trailing backslash is dropped. If anything
+     *                 exists there, a file too, that is a success and nothing is done.
+     * @return true if the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null path;
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be created or its status cannot be
+     *         read (folders created before the failure remain).
      *
      * Threads: any. From: stat(), mkdir().
      */
@@ -641,9 +647,10 @@ extern "C"
     /**
      * @brief The same as Mirovan_File_CreateMutilFolderA() for a wide path.
      *
-     * @param lpwszPath path, UTF-32; at most 1,023 bytes in UTF-8.
-     * @return as Mirovan_File_CreateMutilFolderA(); a path that is too long or no valid text gives
-     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED.
+     * @param lpwszPath path, UTF-32, at most 1,023 characters of any length in UTF-8; macOS itself
+     *                  takes at most 1,023 bytes.
+     * @return as Mirovan_File_CreateMutilFolderA(); a path that is too long or not valid gives
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED (ENAMETOOLONG, EILSEQ).
      *
      * Threads: any. From: stat(), mkdir().
      */
@@ -652,16 +659,16 @@ extern "C"
     /**
      * @brief Deletes a folder tree, or all that is in it.
      *
-     * Links inside the tree are removed, never followed. What cannot be removed is passed over.
-     * When the path itself is a link to a folder, bDelRoot removes the link alone; without it, what
-     * is in that folder goes.
+     * Symbolic links inside the tree are removed and never followed. What cannot be removed is passed
+     * over. If the path names a symbolic link to a folder, with or without a slash behind it, bDelRoot
+     * removes the link alone; without bDelRoot the content of that folder is removed.
      *
-     * @param lpszPath path of the folder, UTF-8. One that does not exist, or is no folder, counts
-     *                 as success and nothing is deleted.
+     * @param lpszPath path of the folder, UTF-8. If it does not exist or is not a folder, that is a
+     *                 success and nothing is deleted.
      * @param bDelRoot true to delete the folder too, false to keep it, empty.
-     * @return true when nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null
-     *         path; ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed, errno
-     *         tells why for the first (everything else is gone).
+     * @return true if nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null path;
+     *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed; errno is that
+     *         of the first failure (everything else is gone).
      *
      * Threads: any. From: stat(), openat(), unlinkat().
      */
@@ -672,23 +679,24 @@ extern "C"
      *
      * @param lpwszPath path of the folder, UTF-32; at most 1,023 bytes in UTF-8.
      * @param bDelRoot as in Mirovan_File_DeleteMutilFolderA().
-     * @return as Mirovan_File_DeleteMutilFolderA(); a path that is too long or no valid text gives
-     *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED.
+     * @return as Mirovan_File_DeleteMutilFolderA(); a path that is too long or not valid gives
+     *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED (ENAMETOOLONG, EILSEQ).
      *
      * Threads: any. From: stat(), openat(), unlinkat().
      */
     MIROVAN_API bool Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot);
 
     /**
-     * @brief Makes a file of zero bytes; each of them is written.
+     * @brief Creates a file of zero bytes, each of which is written.
      *
      * @param lpszFile path of the file, UTF-8; an existing file is replaced. Its folder must exist.
      * @param nFileSize size in bytes, 1 or more.
-     * @return true when the file has that size. Codes: ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER a null
-     *         path or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
-     *         ::ERROR_MIROVAN_FILE_SPARSE_WRITE not all could be written (the file is left short).
+     * @return true if the file has that size. Codes: ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER a null path
+     *         or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
+     *         ::ERROR_MIROVAN_FILE_SPARSE_WRITE not all bytes could be written (the file is left
+     *         short).
      *
-     * Threads: any. From: open(), fwrite().
+     * Threads: any. From: open(), write(), close().
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize);
 
@@ -697,29 +705,37 @@ extern "C"
      *
      * @param lpwszFile path of the file, UTF-32; at most 1,023 bytes in UTF-8.
      * @param nFileSize size in bytes, 1 or more.
-     * @return as Mirovan_File_CreateSparseFileA(); a path that is too long or no valid text gives
-     *         ::ERROR_MIROVAN_FILE_SPARSE_OPEN.
+     * @return as Mirovan_File_CreateSparseFileA(); a path that is too long or not valid gives
+     *         ::ERROR_MIROVAN_FILE_SPARSE_OPEN (ENAMETOOLONG, EILSEQ).
      *
-     * Threads: any. From: open(), fwrite().
+     * Threads: any. From: open(), write(), close().
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize);
 
     /**
-     * @brief Copies a file's content and permission bits; makes missing folders first.
+     * @brief Copies the content and the read, write and execute permissions of a file; creates missing
+     * folders first.
      *
-     * @param lpszSrcFile path of a regular file, UTF-8; links are followed.
-     * @param lpszDstFile path of the copy, UTF-8; without a folder part it is in the current
-     *                    folder.
-     * @param bFailIfExists true to refuse when the destination exists, false to replace it.
-     * @return true when the copy is complete. Codes: ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null
-     *         argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the destination exists and must not;
-     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder cannot be made;
-     *         ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source is missing or no regular
-     *         file, both are the same file, the destination is not writable, whether it exists
-     *         cannot be told, or a path is too long. When the folder was made on the way, the code
-     *         reads ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after the success.
+     * The copy belongs to the caller, and set-user-ID and its kin are not copied. Until its content is
+     * complete, a new copy is accessible to its owner alone.
      *
-     * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
+     * @param lpszSrcFile path of a regular file, UTF-8; symbolic links are followed.
+     * @param lpszDstFile path of the copy, UTF-8, at most 1,023 bytes; a name without a folder is in the
+     *                    current folder.
+     * @param bFailIfExists true to fail if anything, a dangling symbolic link included, exists at the
+     *                      destination; false to replace the content of an existing file, whose
+     *                      symbolic link is followed.
+     * @return true if the copy is complete and was closed without an error. Codes:
+     *         ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the
+     *         destination exists and must not; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder
+     *         cannot be created; ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source does not
+     *         exist or is not a regular file, both are the same file, the destination cannot be written
+     *         or its permissions not be set, or a path is too long (the destination may be left
+     *         incomplete). If the folder was created, the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND
+     *         after a success.
+     *
+     * Threads: any. From: access(), stat(), mkdir(), open(), fcopyfile(), fchmod(); on Linux
+     * copy_file_range().
      */
     MIROVAN_API bool Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* lpszDstFile,
                                             bool bFailIfExists);
@@ -730,17 +746,18 @@ extern "C"
      * @param lpwszSrcFile path of a regular file, UTF-32; at most 1,023 bytes in UTF-8.
      * @param lpwszDstFile path of the copy, UTF-32; at most 1,023 bytes in UTF-8.
      * @param bFailIfExists as in Mirovan_File_CopyFileA().
-     * @return as Mirovan_File_CopyFileA(); a path that is too long or no valid text gives
-     *         ::ERROR_MIROVAN_FILE_COPY_FAILED, or ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED when it
-     *         is the folder part that is not.
+     * @return as Mirovan_File_CopyFileA(); a path that is too long or not valid gives
+     *         ::ERROR_MIROVAN_FILE_COPY_FAILED (ENAMETOOLONG, EILSEQ), or
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if it is the folder part of the destination that
+     *         is not valid.
      *
-     * Threads: any. From: access(), stat(), mkdir(), open() and the system's fastest file copy.
+     * Threads: any. From: as Mirovan_File_CopyFileA().
      */
     MIROVAN_API bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile,
                                             const wchar_t* lpwszDstFile, bool bFailIfExists);
 
     /** @brief What is at a path, without following symbolic links. */
-    enum MIROVAN_FILE_KIND
+    enum Mirovan_FileKind
     {
         MIROVAN_KIND_UNKNOWN = 0, /**< The file system does not report it. */
         MIROVAN_KIND_FILE = 1,    /**< A regular file. */
@@ -750,7 +767,7 @@ extern "C"
     };
 
     /** @brief Options of a walk; values to combine in MIROVAN_WALK::nFlags. */
-    enum MIROVAN_WALK_FLAG
+    enum Mirovan_WalkFlag
     {
         MIROVAN_WALK_STATUS = 1,      /**< Fill the status fields and the target of links. */
         MIROVAN_WALK_SAME_VOLUME = 2, /**< Do not enter folders of other volumes. */
@@ -758,7 +775,7 @@ extern "C"
     };
 
     /** @brief What the callback of a walk returns. */
-    enum MIROVAN_WALK_NEXT
+    enum Mirovan_WalkNext
     {
         MIROVAN_WALK_CONTINUE = 0, /**< Go on. */
         MIROVAN_WALK_SKIP = 1,     /**< Go on, but do not enter this folder. */
@@ -766,7 +783,7 @@ extern "C"
     };
 
     /** @brief Bits of MIROVAN_WALK_ENTRY::nKnown. */
-    enum MIROVAN_WALK_KNOWN
+    enum Mirovan_WalkKnown
     {
         MIROVAN_WALK_KNOWN_STATUS = 1, /**< All fields from nFileSize to nGroupId. */
         MIROVAN_WALK_KNOWN_TARGET = 2  /**< lpszLinkTarget. */
@@ -776,7 +793,7 @@ extern "C"
     typedef struct MIROVAN_WALK
     {
         uint32_t nSize;          /**< sizeof(MIROVAN_WALK). */
-        uint32_t nFlags;         /**< Values of ::MIROVAN_WALK_FLAG. */
+        uint32_t nFlags;         /**< Values of ::Mirovan_WalkFlag. */
         int32_t nMaxDepth;       /**< Deepest level to report, 1 for the folder's own entries; 0 for
                                       all. */
         uint32_t nReserved;      /**< 0. */
@@ -788,10 +805,10 @@ extern "C"
     typedef struct MIROVAN_WALK_ENTRY
     {
         uint32_t nSize;         /**< sizeof(MIROVAN_WALK_ENTRY) of the library. */
-        uint32_t nKnown;        /**< Values of ::MIROVAN_WALK_KNOWN. */
+        uint32_t nKnown;        /**< Values of ::Mirovan_WalkKnown. */
         const char* lpszPath;   /**< The path given, a slash and the names below it. */
         const char* lpszName;   /**< The last name of lpszPath. */
-        int32_t nKind;          /**< A value of ::MIROVAN_FILE_KIND. */
+        int32_t nKind;          /**< A value of ::Mirovan_FileKind. */
         int32_t nDepth;         /**< 1 for the entries of the folder given, 0 for itself. */
         int32_t nErrno;         /**< Why the entry, or the content of the folder, cannot be read;
                                          0 when it can. */
@@ -826,7 +843,7 @@ extern "C"
      *                 and the depth 0 when its listing ends with an error.
      * @param pstWalk options; null for none. nSize must be set.
      * @param pfnEntry called for each entry with pContext; the entry and its strings are valid
-     *                 during the call. It returns a value of ::MIROVAN_WALK_NEXT.
+     *                 during the call. It returns a value of ::Mirovan_WalkNext.
      *                 ::MIROVAN_WALK_SKIP applies to a folder that is reported before its content.
      * @param pContext passed to pfnEntry; may be null.
      * @return true when the walk ended, or pfnEntry stopped it. Codes:

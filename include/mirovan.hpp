@@ -705,7 +705,7 @@ bool walk(const std::filesystem::path& folder, const walk_options& options, Func
             return static_cast<int>(MIROVAN_WALK_STOP);
         }
     };
-    const auto flag = [](bool wanted, MIROVAN_WALK_FLAG value)
+    const auto flag = [](bool wanted, Mirovan_WalkFlag value)
     { return wanted ? static_cast<uint32_t>(value) : 0; };
     const MIROVAN_WALK walk = {sizeof walk,
                                flag(options.with_status, MIROVAN_WALK_STATUS) |

@@ -6,6 +6,8 @@
 #include <functional>
 #include <pthread.h>
 #include <ranges>
+#include <stdexcept>
+#include <tuple>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -170,6 +172,111 @@ TEST(CxxHeader, SystemAndHardware)
     EXPECT_EQ(hardware::serials().volume_uuid.find('\n'), std::string::npos);
     const auto volumes = hardware::volume_names();
     EXPECT_EQ(volumes.end() - volumes.begin(), static_cast<std::ptrdiff_t>(volumes.size()));
+}
+
+/// Every field against the record of the C interface, so that none can be swapped for another.
+TEST(CxxHeader, FieldsAreThoseOfTheRecords)
+{
+    const test::Commands commands;
+    commands.add("system_profiler", "case $1 in SPStorageDataType) echo '      Volume UUID: V-1';; "
+                                    "*) echo '      Processor Name: Fast'; "
+                                    "echo '      Model Identifier: Model1,2'; "
+                                    "echo '      Processor Speed: 2.5 GHz'; "
+                                    "echo '      Serial Number (system): S-1'; "
+                                    "echo '      Hardware UUID: H-1';; esac");
+    commands.add("ioreg", "echo '\"serial-number\" = <502d31>'");
+    EXPECT_EQ(std::tie(hardware::processor().name, hardware::processor().model),
+              (std::tuple{"Fast", "Model1,2"}));
+    EXPECT_EQ(hardware::processor().megahertz, 2500);
+    const auto serials = hardware::serials();
+    EXPECT_EQ(std::tie(serials.platform, serials.system, serials.volume_uuid, serials.hardware_uuid),
+              (std::tuple{"P-1", "S-1", "V-1", "H-1"}));
+
+    MIROVAN_FILE_ATTR c_file{};
+    EXPECT_SUCCEEDS(Mirovan_File_GetFileAttrA("/etc/passwd", &c_file));
+    const auto file = file::attributes("/etc/passwd");
+    EXPECT_EQ(file.changed.time_since_epoch().count(), c_file.nCreateTime);
+    EXPECT_EQ(file.accessed.time_since_epoch().count(), c_file.nAccessTime);
+    EXPECT_EQ(file.modified.time_since_epoch().count(), c_file.nModifyTime);
+    EXPECT_TRUE(file.is_file && file.is_readable && !file.is_hidden);
+
+    MIROVAN_IDENTITY c_identity{};
+    c_identity.nSize = sizeof c_identity;
+    EXPECT_SUCCEEDS(Mirovan_System_GetIdentity(&c_identity));
+    const auto identity = system::identity();
+    EXPECT_EQ(std::tie(identity.name, identity.version, identity.kernel, identity.kernel_version,
+                       identity.architecture, identity.host),
+              (std::tuple{c_identity.tszSystemName, c_identity.tszSystemVersion,
+                          c_identity.tszKernelName, c_identity.tszKernelVersion,
+                          c_identity.tszArchitecture, c_identity.tszHostName}));
+    EXPECT_EQ(std::tie(identity.page_size, identity.processors, identity.processors_online,
+                       identity.processors_usable),
+              std::tie(c_identity.nPageSize, c_identity.nProcessors, c_identity.nProcessorsOnline,
+                       c_identity.nProcessorsUsable));
+    EXPECT_EQ(identity.start_time.time_since_epoch().count(), c_identity.nStartTime);
+
+    const auto memory = system::memory_details();
+    EXPECT_EQ(memory.total, system::memory().total);
+    EXPECT_GE(memory.total, memory.available);
+    EXPECT_GE(memory.available, memory.free);
+    system::load_sampler sampler;
+    const auto load = sampler.load();
+    EXPECT_GE(load.each.size(), 1U);
+    EXPECT_TRUE(load.total >= 0 && load.total <= 1);
+    const auto volumes = hardware::volumes();
+    ASSERT_FALSE(volumes.empty());
+    EXPECT_GE(volumes[0].total, volumes[0].free);
+    EXPECT_GE(volumes[0].free, volumes[0].available);
+}
+
+TEST(CxxHeader, CommandsAndProcesses)
+{
+    using std::chrono::milliseconds;
+    auto result = process::execute({"sh", "-c", "cat; echo err >&2; pwd; echo $X; kill -9 $$"},
+                                   {.folder = "/", .environment = {{"X=1", "PATH=/bin:/usr/bin"}},
+                                    .input = std::string{"a\0b\n", 4}});
+    EXPECT_EQ(result.output, (std::string{"a\0b\n", 4} + "/\n1\n"));
+    EXPECT_EQ(result.errors, "err\n");
+    EXPECT_EQ(std::tuple(result.how, result.signal, result.status(), result.ok()),
+              (std::tuple{process::end::signalled, SIGKILL, 137, false}));
+    EXPECT_GT(result.wall_time.count(), 0);
+    EXPECT_EQ(process::execute_line("echo 1; echo 2 >&2", {.merge_errors = true}).output, "1\n2\n");
+    result = process::execute({"sleep", "60"}, {.limit = milliseconds{20}, .grace = milliseconds{0}});
+    EXPECT_EQ(std::pair(result.how, result.signal), std::pair(process::end::limit, SIGKILL));
+    std::string seen;
+    result = process::execute({"yes"}, {.on_output = [&](std::string_view piece)
+                                        {
+                                            seen = piece;
+                                            return false;
+                                        }});
+    EXPECT_EQ(result.how, process::end::stopped);
+    EXPECT_TRUE(seen.starts_with("y\ny\n"));
+    EXPECT_THROW(process::execute({"yes"}, {.on_output = [](std::string_view) -> bool
+                                            { throw std::out_of_range{""}; }}),
+                 std::out_of_range);
+    std::error_code code;
+    process::execute({"nonexistent-mirovan"}, code);
+    EXPECT_EQ(code, std::errc::no_such_file_or_directory);
+    process::execute({}, code);
+    EXPECT_EQ(code, std::errc::invalid_argument);
+    process::execute({"echo", std::string{"a\0b", 3}}, code);
+    EXPECT_EQ(code, std::errc::invalid_argument);
+
+    const int child = process::run("/bin/sleep", "sleep", "60");
+    EXPECT_EQ(process::wait(child, milliseconds{1}).how, process::end::running);
+    process::usage_sampler usage{child};
+    EXPECT_LT(usage.usage(), 0.5);
+    const auto record = process::get_record(child);
+    EXPECT_EQ(std::tuple(record.id, record.parent, record.user_id, record.name),
+              (std::tuple{child, getpid(), geteuid(), "sleep"}));
+    const auto all = process::processes();
+    EXPECT_EQ(std::count_if(all.begin(), all.end(), [&](const process::record& each)
+                            { return each.id == child && each.start_time == record.start_time; }),
+              1);
+    kill(child, SIGTERM);
+    EXPECT_EQ(process::wait(child).signal, SIGTERM);
+    EXPECT_EQ(usage.usage(), std::nullopt);
+    EXPECT_THROW(process::wait(child), error);
 }
 
 } // namespace

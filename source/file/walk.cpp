@@ -66,7 +66,7 @@ public:
 private:
     friend Walk;
 
-    bool has_flag(MIROVAN_WALK_FLAG flag) const { return (options_.nFlags & flag) != 0; }
+    bool has_flag(Mirovan_WalkFlag flag) const { return (options_.nFlags & flag) != 0; }
 
     bool matches(const char* name) const
     {
