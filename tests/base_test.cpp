@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <iconv.h>
+#include <malloc.h>
 #include <optional>
 #include <random>
 
@@ -125,6 +126,18 @@ TEST(Charset, NothingIsWrittenPastTheDestination)
 
 TEST(RowTable, HasClearedAlignedRowsAndANullBehindThem)
 {
+#ifdef __GLIBC__
+    // A heap block of that size is mapped, unless freeing a larger one has changed the heap.
+    const auto is_mapped = [](std::size_t size)
+    {
+        const std::size_t before = mallinfo2().hblks;
+        void* volatile block = std::malloc(size);
+        const bool mapped = mallinfo2().hblks != before;
+        std::free(block);
+        return mapped;
+    };
+    const bool was_mapped = is_mapped(std::size_t{1} << 20U);
+#endif
     for (const auto& [rows, size] : {std::pair{3, 1024}, {1, 1}, {5, 13}, {70, 1028}, {4000, 4096}})
     {
         char** table = nullptr;
@@ -139,6 +152,9 @@ TEST(RowTable, HasClearedAlignedRowsAndANullBehindThem)
         EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&table), rows));
         EXPECT_EQ(table, nullptr);
     }
+#ifdef __GLIBC__
+    EXPECT_EQ(is_mapped(std::size_t{2} << 20U), was_mapped) << "the heap was changed for good";
+#endif
     char** none = nullptr;
     EXPECT_TRUE(Fundix_Memory_Free(reinterpret_cast<void***>(&none), 0));
     EXPECT_FALSE(Fundix_Memory_Free(nullptr, 3));

@@ -104,4 +104,25 @@ TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
     test::in_child(ask_on_all_threads);
 }
 
+TEST(Concurrency, ACancellationTakesEffectAfterTheOperation)
+{
+    const test::Held before = test::Held::now();
+    std::atomic<bool> ended{false};
+    pthread_t thread{};
+    const auto run = [](void* to) -> void*
+    {
+        *static_cast<std::atomic<bool>*>(to) = Mirovan_System_SystemEx("sleep 0.2", 10);
+        pthread_testcancel();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, &ended), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    EXPECT_EQ(pthread_cancel(thread), 0);
+    void* result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(test::Held::now(), before);
+}
+
 } // namespace
