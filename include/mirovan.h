@@ -316,10 +316,10 @@ typedef struct MIROVAN_PROCESS_INFO
 } MIROVAN_PROCESS_INFO;
 
 /** @brief Flags of a MIROVAN_COMMAND. */
-typedef enum MIROVAN_COMMAND_FLAG
+enum Mirovan_CommandFlag
 {
     MIROVAN_COMMAND_MERGE = 1, /**< Standard error goes where standard output goes. */
-} MIROVAN_COMMAND_FLAG;
+};
 
 /** @brief What Mirovan_Process_Execute() runs. Set all of it to 0 first, then nSize. */
 typedef struct MIROVAN_COMMAND
@@ -347,7 +347,7 @@ typedef struct MIROVAN_COMMAND
 } MIROVAN_COMMAND;
 
 /** @brief How a command ended. */
-typedef enum MIROVAN_END
+enum Mirovan_End
 {
     MIROVAN_END_UNKNOWN = 0,   /**< By itself; the system does not report how. */
     MIROVAN_END_EXITED = 1,    /**< It exited with nExitStatus. */
@@ -355,24 +355,24 @@ typedef enum MIROVAN_END
     MIROVAN_END_LIMIT = 3,     /**< It was ended at the limit. */
     MIROVAN_END_STOPPED = 4,   /**< A function of the caller returned false. */
     MIROVAN_END_RUNNING = 5,   /**< It still runs: Mirovan_Process_Wait() with a limit. */
-} MIROVAN_END;
+};
 
 /** @brief Bits of nKnown in a MIROVAN_COMMAND_RESULT. */
-typedef enum MIROVAN_RESULT_FIELD
+enum Mirovan_ResultKnown
 {
     MIROVAN_RESULT_STATUS = 1,         /**< nExitStatus and nSignal. */
     MIROVAN_RESULT_WALL_TIME = 2,      /**< nWallTime. */
     MIROVAN_RESULT_PROCESSOR_TIME = 4, /**< nUserTime and nSystemTime. */
     MIROVAN_RESULT_PEAK_MEMORY = 8,    /**< nPeakMemory. */
-} MIROVAN_RESULT_FIELD;
+};
 
 /** @brief How a command ended and what it used, from Mirovan_Process_Execute(). */
 typedef struct MIROVAN_COMMAND_RESULT
 {
     uint32_t nSize;       /**< sizeof(MIROVAN_COMMAND_RESULT), set by the caller. */
-    uint32_t nKnown;      /**< Bits of ::MIROVAN_RESULT_FIELD; fields without theirs are 0. */
+    uint32_t nKnown;      /**< Bits of ::Mirovan_ResultKnown; fields without theirs are 0. */
     int32_t nProcessId;   /**< Its process id. */
-    int32_t nEnd;         /**< A value of ::MIROVAN_END. */
+    int32_t nEnd;         /**< A value of ::Mirovan_End. */
     int32_t nExitStatus;  /**< Exit status, 0 to 255; 0 when a signal ended it. */
     int32_t nSignal;      /**< Number of the signal that ended it, also at a limit; else 0. */
     uint64_t nWallTime;   /**< From its start to its end, in nanoseconds. */
@@ -384,7 +384,7 @@ typedef struct MIROVAN_COMMAND_RESULT
 } MIROVAN_COMMAND_RESULT;
 
 /** @brief Bits of nKnown in a MIROVAN_PROCESS_RECORD. */
-typedef enum MIROVAN_PROCESS_FIELD
+enum Mirovan_ProcessKnown
 {
     MIROVAN_PROCESS_PARENT = 1,           /**< nParentId. */
     MIROVAN_PROCESS_USER = 2,             /**< nUserId. */
@@ -396,13 +396,13 @@ typedef enum MIROVAN_PROCESS_FIELD
     MIROVAN_PROCESS_MEMORY = 128,         /**< nResidentSize and nVirtualSize. */
     MIROVAN_PROCESS_PROCESSOR_TIME = 256, /**< nUserTime and nSystemTime. */
     MIROVAN_PROCESS_PAGE_FAULTS = 512,    /**< nPageFaults. */
-} MIROVAN_PROCESS_FIELD;
+};
 
 /** @brief One process, from Mirovan_Process_List() and Mirovan_Process_GetRecord(). */
 typedef struct MIROVAN_PROCESS_RECORD
 {
     uint32_t nSize;         /**< sizeof(MIROVAN_PROCESS_RECORD), set by the caller of GetRecord. */
-    uint32_t nKnown;        /**< Bits of ::MIROVAN_PROCESS_FIELD; fields without theirs are 0. */
+    uint32_t nKnown;        /**< Bits of ::Mirovan_ProcessKnown; fields without theirs are 0. */
     int32_t nProcessId;     /**< Process id. */
     int32_t nParentId;      /**< Process id of its parent. */
     uint32_t nUserId;       /**< Effective user id. */

@@ -1307,6 +1307,331 @@ inline void set_affinity_tag(pthread_t thread, int tag)
     return set_affinity_tag(thread, tag, detail::throws);
 }
 
+/** How a command ended. */
+enum class end
+{
+    unknown = MIROVAN_END_UNKNOWN,     /**< By itself; the system does not report how. */
+    exited = MIROVAN_END_EXITED,       /**< With an exit status. */
+    signalled = MIROVAN_END_SIGNALLED, /**< By a signal. */
+    limit = MIROVAN_END_LIMIT,         /**< At the limit. */
+    stopped = MIROVAN_END_STOPPED,     /**< By a function that returned false. */
+    running = MIROVAN_END_RUNNING      /**< It still runs. */
+};
+
+/** What execute() and wait() return. */
+struct command_result
+{
+    end how = end::unknown;                   /**< How it ended. */
+    int id = 0;                               /**< Process id that it had. */
+    int exit_status = 0;                      /**< 0 when a signal ended it. */
+    int signal = 0;                           /**< The signal that ended it; 0 for none. */
+    std::string output;                       /**< Its output, unless a function took it. */
+    std::string errors;                       /**< Its standard error, likewise. */
+    std::chrono::nanoseconds wall_time{};     /**< From start to end. */
+    std::chrono::nanoseconds user_time{};     /**< Processor time in user mode. */
+    std::chrono::nanoseconds system_time{};   /**< Processor time in the kernel. */
+    std::optional<std::uint64_t> peak_memory; /**< Most resident memory in bytes. */
+
+    /** The status as a shell has it: the exit status, or 128 and the signal. */
+    [[nodiscard]] int status() const
+    {
+        constexpr int first_signal = 128;
+        return signal != 0 ? first_signal + signal : exit_status;
+    }
+    /** Whether it exited with 0. */
+    [[nodiscard]] bool ok() const { return how == end::exited && exit_status == 0; }
+};
+
+/** Receives output as it comes; returns false to end the command. */
+using output_function = std::function<bool(std::string_view)>;
+
+/** Options of execute(). */
+struct execute_options
+{
+    std::filesystem::path folder = {};                        /**< Working directory. */
+    std::optional<std::vector<std::string>> environment = {}; /**< NAME=value; default: ours. */
+    std::optional<std::string> input = {};                    /**< For standard input. */
+    std::chrono::milliseconds limit = {};                     /**< 0 for none. */
+    std::optional<std::chrono::milliseconds> grace = {};      /**< From SIGTERM to SIGKILL. */
+    bool merge_errors = false;                                /**< Errors go where output goes. */
+    output_function on_output = {};                           /**< Instead of output. */
+    output_function on_errors = {};                           /**< Instead of errors. */
+};
+
+/** @cond internal */
+namespace impl
+{
+
+inline void fill(command_result& to, const MIROVAN_COMMAND_RESULT& from)
+{
+    using std::chrono::nanoseconds;
+    to.how = static_cast<end>(from.nEnd);
+    to.id = from.nProcessId;
+    to.exit_status = from.nExitStatus;
+    to.signal = from.nSignal;
+    to.wall_time = nanoseconds{from.nWallTime};
+    to.user_time = nanoseconds{from.nUserTime};
+    to.system_time = nanoseconds{from.nSystemTime};
+    to.peak_memory = detail::known(from, MIROVAN_RESULT_PEAK_MEMORY, from.nPeakMemory);
+}
+
+inline std::vector<const char*> pointers(const std::vector<std::string>& texts)
+{
+    std::vector<const char*> found;
+    for (const std::string& text : texts)
+        found.push_back(text.c_str());
+    found.push_back(nullptr);
+    return found;
+}
+
+inline bool has_null(const std::vector<std::string>& texts)
+{
+    return std::any_of(texts.begin(), texts.end(),
+                       [](const std::string& text) { return detail::c_string(text) == nullptr; });
+}
+
+inline command_result execute(const std::vector<std::string>* arguments, const std::string* line,
+                              const execute_options& options, std::error_code& ec)
+{
+    struct context
+    {
+        const execute_options& options;
+        command_result result;
+        std::exception_ptr thrown;
+
+        bool take(const output_function& function, std::string& text, const char* data,
+                  uint64_t length)
+        {
+            const std::string_view piece{data, static_cast<std::size_t>(length)};
+            try
+            {
+                if (function)
+                    return function(piece);
+                text += piece;
+                return true;
+            }
+            catch (...)
+            {
+                thrown = std::current_exception();
+                return false;
+            }
+        }
+    } given{options, {}, {}};
+    const std::vector<std::string> none;
+    const auto argument_pointers = pointers(arguments != nullptr ? *arguments : none);
+    const auto environment = pointers(options.environment.value_or(none));
+    MIROVAN_COMMAND command{};
+    command.nSize = sizeof command;
+    command.nFlags = options.merge_errors ? static_cast<uint32_t>(MIROVAN_COMMAND_MERGE) : 0U;
+    if (arguments != nullptr && !arguments->empty() && !has_null(*arguments))
+        command.ppszArguments = argument_pointers.data();
+    if (line != nullptr)
+        command.lpszShellLine = detail::c_string(*line);
+    if (!options.folder.empty())
+        command.lpszFolder = options.folder.c_str();
+    if (options.environment)
+        command.ppszEnvironment = environment.data();
+    if (options.input)
+    {
+        command.pInput = options.input->data();
+        command.nInputLen = options.input->size();
+    }
+    command.nLimitMs = options.limit.count();
+    // 0 stands for the default there.
+    if (options.grace)
+        command.nGraceMs = options.grace->count() > 0 ? options.grace->count() : -1;
+    command.pContext = &given;
+    command.pfnOutput = [](const char* data, uint64_t length, void* pointer)
+    {
+        auto& to = *static_cast<context*>(pointer);
+        return to.take(to.options.on_output, to.result.output, data, length);
+    };
+    if (!options.merge_errors)
+        command.pfnErrors = [](const char* data, uint64_t length, void* pointer)
+        {
+            auto& to = *static_cast<context*>(pointer);
+            return to.take(to.options.on_errors, to.result.errors, data, length);
+        };
+    if (detail::c_string(options.folder.native()) == nullptr ||
+        has_null(options.environment.value_or(none)))
+        command.nSize = 0; // rejected, as it would be cut
+    MIROVAN_COMMAND_RESULT record{};
+    record.nSize = sizeof record;
+    const bool executed = Mirovan_Process_Execute(&command, &record);
+    if (given.thrown)
+        std::rethrow_exception(given.thrown);
+    const std::string subject = line != nullptr      ? *line
+                                : arguments->empty() ? std::string{}
+                                                     : arguments->front();
+    if (detail::report(executed, ec, "execute", subject))
+        fill(given.result, record);
+    return std::move(given.result);
+}
+
+} // namespace impl
+/** @endcond */
+
+/** Runs a program, found on PATH, and waits for it; see Mirovan_Process_Execute(). */
+inline command_result execute(const std::vector<std::string>& arguments,
+                              const execute_options& options, std::error_code& ec)
+{
+    return impl::execute(&arguments, nullptr, options, ec);
+}
+/** The same without options. */
+inline command_result execute(const std::vector<std::string>& arguments, std::error_code& ec)
+{
+    return execute(arguments, {}, ec);
+}
+/** The same; throws mirovan::error when the program cannot be started. */
+inline command_result execute(const std::vector<std::string>& arguments,
+                              const execute_options& options = {})
+{
+    return execute(arguments, options, detail::throws);
+}
+
+/** Runs a command line in /bin/sh; see Mirovan_Process_Execute(). */
+inline command_result execute_line(const std::string& line, const execute_options& options,
+                                   std::error_code& ec)
+{
+    return impl::execute(nullptr, &line, options, ec);
+}
+/** The same without options. */
+inline command_result execute_line(const std::string& line, std::error_code& ec)
+{
+    return execute_line(line, {}, ec);
+}
+/** The same; throws mirovan::error when the shell cannot be started. */
+inline command_result execute_line(const std::string& line, const execute_options& options = {})
+{
+    return execute_line(line, options, detail::throws);
+}
+
+/** Waits for a child; end::running when it has not ended by then. See Mirovan_Process_Wait(). A
+ *  limit below 0 waits for as long as it takes. */
+inline command_result wait(int id, std::chrono::milliseconds limit, std::error_code& ec)
+{
+    MIROVAN_COMMAND_RESULT record{};
+    record.nSize = sizeof record;
+    command_result result;
+    if (detail::report(Mirovan_Process_Wait(id, limit.count(), &record), ec, "wait", id))
+        impl::fill(result, record);
+    return result;
+}
+/** The same without a limit. */
+inline command_result wait(int id, std::error_code& ec)
+{
+    return wait(id, std::chrono::milliseconds{-1}, ec);
+}
+/** The same; throws mirovan::error. */
+inline command_result wait(int id, std::chrono::milliseconds limit = std::chrono::milliseconds{-1})
+{
+    return wait(id, limit, detail::throws);
+}
+
+/** A process; see Mirovan_Process_List(). What the system does not show has no value. */
+struct record
+{
+    int id = 0;                                          /**< Process id. */
+    std::optional<int> parent;                           /**< Process id of its parent. */
+    std::optional<std::uint32_t> user_id;                /**< Effective user. */
+    std::string name;                                    /**< Short name. */
+    std::optional<char> state;                           /**< R, S, D, I, T or Z. */
+    std::optional<int> nice;                             /**< Nice value. */
+    std::optional<file::time_point> start_time;          /**< When it started. */
+    std::optional<std::uint32_t> threads;                /**< Number of threads. */
+    std::optional<std::uint64_t> resident_size;          /**< In bytes. */
+    std::optional<std::uint64_t> virtual_size;           /**< In bytes. */
+    std::optional<std::chrono::nanoseconds> user_time;   /**< Processor time in user mode. */
+    std::optional<std::chrono::nanoseconds> system_time; /**< Processor time in the kernel. */
+    std::optional<std::uint64_t> page_faults;            /**< Since its start. */
+};
+
+/** @cond internal */
+namespace impl
+{
+
+inline record to_record(const MIROVAN_PROCESS_RECORD& from)
+{
+    using std::chrono::nanoseconds;
+    const auto known = [&](auto bit, auto value) { return detail::known(from, bit, value); };
+    record to;
+    to.id = from.nProcessId;
+    to.parent = known(MIROVAN_PROCESS_PARENT, from.nParentId);
+    to.user_id = known(MIROVAN_PROCESS_USER, from.nUserId);
+    to.name = from.tszName;
+    to.state = known(MIROVAN_PROCESS_STATE, from.cState);
+    to.nice = known(MIROVAN_PROCESS_NICE, from.nNice);
+    to.start_time = known(MIROVAN_PROCESS_START_TIME, detail::time(from.nStartTime));
+    to.threads = known(MIROVAN_PROCESS_THREADS, from.nThreadCount);
+    to.resident_size = known(MIROVAN_PROCESS_MEMORY, from.nResidentSize);
+    to.virtual_size = known(MIROVAN_PROCESS_MEMORY, from.nVirtualSize);
+    to.user_time = known(MIROVAN_PROCESS_PROCESSOR_TIME, nanoseconds{from.nUserTime});
+    to.system_time = known(MIROVAN_PROCESS_PROCESSOR_TIME, nanoseconds{from.nSystemTime});
+    to.page_faults = known(MIROVAN_PROCESS_PAGE_FAULTS, from.nPageFaults);
+    return to;
+}
+
+} // namespace impl
+/** @endcond */
+
+/** All processes; see Mirovan_Process_List(). */
+inline std::vector<record> processes(std::error_code& ec)
+{
+    std::vector<record> found;
+    const auto add = [&](const MIROVAN_PROCESS_RECORD& each)
+    { found.push_back(impl::to_record(each)); };
+    detail::report(detail::each<MIROVAN_PROCESS_RECORD>(add, Mirovan_Process_List), ec,
+                   "processes");
+    return found;
+}
+/** The same; throws mirovan::error. */
+inline std::vector<record> processes()
+{
+    return processes(detail::throws);
+}
+
+/** One process, 0 for the calling one; see Mirovan_Process_GetRecord(). */
+inline record get_record(int id, std::error_code& ec)
+{
+    MIROVAN_PROCESS_RECORD found{};
+    found.nSize = sizeof found;
+    const bool read = detail::report(Mirovan_Process_GetRecord(id, &found), ec, "get_record", id);
+    return read ? impl::to_record(found) : record{};
+}
+/** The same; throws mirovan::error. */
+inline record get_record(int id = 0)
+{
+    return get_record(id, detail::throws);
+}
+
+/** The processor usage of a process between two calls. */
+class usage_sampler
+{
+public:
+    /** Starts to measure; throws mirovan::error when there is no such process. */
+    explicit usage_sampler(int id = 0) : last_{get_record(id)} {}
+
+    /** How many processors it has used since the last call; nothing when it has ended, another
+     *  process has its id, or the system does not show it. */
+    std::optional<double> usage()
+    {
+        std::error_code ec;
+        const auto now = std::chrono::steady_clock::now();
+        record next = get_record(last_.id, ec);
+        if (ec || next.start_time != last_.start_time || !next.user_time || !last_.user_time)
+            return std::nullopt;
+        const std::chrono::duration<double> used =
+            *next.user_time + *next.system_time - *last_.user_time - *last_.system_time;
+        const std::chrono::duration<double> passed = now - std::exchange(time_, now);
+        last_ = std::move(next);
+        return passed.count() > 0 ? used / passed : 0.0;
+    }
+
+private:
+    std::chrono::steady_clock::time_point time_ = std::chrono::steady_clock::now();
+    record last_;
+};
+
 } // namespace process
 
 /** The operating system. */

@@ -7,8 +7,8 @@
 #include <pthread.h>
 #include <ranges>
 #include <stdexcept>
-#include <tuple>
 #include <sys/resource.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace
@@ -185,12 +185,13 @@ TEST(CxxHeader, FieldsAreThoseOfTheRecords)
                                     "echo '      Serial Number (system): S-1'; "
                                     "echo '      Hardware UUID: H-1';; esac");
     commands.add("ioreg", "echo '\"serial-number\" = <502d31>'");
-    EXPECT_EQ(std::tie(hardware::processor().name, hardware::processor().model),
-              (std::tuple{"Fast", "Model1,2"}));
-    EXPECT_EQ(hardware::processor().megahertz, 2500);
+    const auto processor = hardware::processor();
+    EXPECT_EQ(std::tuple(processor.name, processor.model, processor.megahertz),
+              (std::tuple{"Fast", "Model1,2", 2500}));
     const auto serials = hardware::serials();
-    EXPECT_EQ(std::tie(serials.platform, serials.system, serials.volume_uuid, serials.hardware_uuid),
-              (std::tuple{"P-1", "S-1", "V-1", "H-1"}));
+    EXPECT_EQ(
+        std::tie(serials.platform, serials.system, serials.volume_uuid, serials.hardware_uuid),
+        (std::tuple{"P-1", "S-1", "V-1", "H-1"}));
 
     MIROVAN_FILE_ATTR c_file{};
     EXPECT_SUCCEEDS(Mirovan_File_GetFileAttrA("/etc/passwd", &c_file));
@@ -233,7 +234,8 @@ TEST(CxxHeader, CommandsAndProcesses)
 {
     using std::chrono::milliseconds;
     auto result = process::execute({"sh", "-c", "cat; echo err >&2; pwd; echo $X; kill -9 $$"},
-                                   {.folder = "/", .environment = {{"X=1", "PATH=/bin:/usr/bin"}},
+                                   {.folder = "/",
+                                    .environment = {{"X=1", "PATH=/bin:/usr/bin"}},
                                     .input = std::string{"a\0b\n", 4}});
     EXPECT_EQ(result.output, (std::string{"a\0b\n", 4} + "/\n1\n"));
     EXPECT_EQ(result.errors, "err\n");
@@ -241,7 +243,8 @@ TEST(CxxHeader, CommandsAndProcesses)
               (std::tuple{process::end::signalled, SIGKILL, 137, false}));
     EXPECT_GT(result.wall_time.count(), 0);
     EXPECT_EQ(process::execute_line("echo 1; echo 2 >&2", {.merge_errors = true}).output, "1\n2\n");
-    result = process::execute({"sleep", "60"}, {.limit = milliseconds{20}, .grace = milliseconds{0}});
+    result =
+        process::execute({"sleep", "60"}, {.limit = milliseconds{20}, .grace = milliseconds{0}});
     EXPECT_EQ(std::pair(result.how, result.signal), std::pair(process::end::limit, SIGKILL));
     std::string seen;
     result = process::execute({"yes"}, {.on_output = [&](std::string_view piece)
@@ -270,7 +273,8 @@ TEST(CxxHeader, CommandsAndProcesses)
     EXPECT_EQ(std::tuple(record.id, record.parent, record.user_id, record.name),
               (std::tuple{child, getpid(), geteuid(), "sleep"}));
     const auto all = process::processes();
-    EXPECT_EQ(std::count_if(all.begin(), all.end(), [&](const process::record& each)
+    EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                            [&](const process::record& each)
                             { return each.id == child && each.start_time == record.start_time; }),
               1);
     kill(child, SIGTERM);

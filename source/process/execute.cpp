@@ -217,7 +217,7 @@ public:
     MIROVAN_COMMAND_RESULT result() const;
 
 private:
-    void finish(MIROVAN_END reason);
+    void finish(Mirovan_End reason);
     bool wait_for_something();
     bool has_ended();
 
@@ -230,7 +230,7 @@ private:
     Clock::time_point end_{};
     Clock::time_point limit_ = never;
     Clock::time_point kill_at_ = never;
-    MIROVAN_END reason_ = MIROVAN_END_EXITED;
+    Mirovan_End reason_ = MIROVAN_END_EXITED;
     Pause pause_;
 };
 
@@ -263,7 +263,7 @@ bool Execution::start()
 }
 
 /// Begins to end the command: the limit is over, or the caller wants no more.
-void Execution::finish(MIROVAN_END reason)
+void Execution::finish(Mirovan_End reason)
 {
     if (reason_ != MIROVAN_END_EXITED)
         return;
