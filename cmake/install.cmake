@@ -47,7 +47,7 @@ if(PYTHON3)
   add_custom_command(OUTPUT ${manual}/mirovan.3
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${manual}
     COMMAND ${PYTHON3} -B ${PROJECT_SOURCE_DIR}/tools/man_pages ${manual}
-    DEPENDS include/mirovan.h tools/man_pages tools/header.py
+    DEPENDS include/mirovan.h docs/snippets.c tools/man_pages tools/header.py
     VERBATIM)
   add_custom_target(mirovan_manual ALL DEPENDS ${manual}/mirovan.3)
   install(DIRECTORY ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development)

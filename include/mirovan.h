@@ -1531,7 +1531,7 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
     /** @brief The number in ::MIROVAN_PROCESSOR_TIMES that stands for all processors together. */
     enum
     {
-        MIROVAN_PROCESSOR_ALL = -1
+        MIROVAN_PROCESSOR_ALL = -1 /**< All processors together. */
     };
 
     /** @brief How a processor has spent its time, from Mirovan_System_GetProcessorTimes(). */

@@ -50,6 +50,7 @@
 #include <fnmatch.h>
 #include <sys/stat.h>
 
+/** The operations of mirovan.h for C++20. */
 namespace mirovan
 {
 

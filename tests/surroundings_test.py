@@ -43,7 +43,7 @@ class Case(unittest.TestCase):
         self.folder = folder.name
 
 
-class Consumers(Case):
+class Project(Case):
     def use(self, *settings, prefix, flags=""):
         build = tempfile.mkdtemp(dir=self.folder)
         run("cmake", "-S", "tests/consumers", "-B", build, *settings,
@@ -56,6 +56,8 @@ class Consumers(Case):
     def run_installed(prefix):
         run(prefix + "/bin/consumer", env={**os.environ, "LD_LIBRARY_PATH": prefix + "/lib"})
 
+
+class Consumers(Project):
     def test_an_installed_copy_also_when_moved_or_static(self):
         first, second = self.folder + "/first", self.folder + "/second"
         run("cmake", "--install", BUILD, "--prefix", first)
@@ -75,12 +77,6 @@ class Consumers(Case):
                 "-o", second + "/bin/consumer")
             self.run_installed(second)
 
-    def test_the_sources_in_another_project_with_flags_of_its_own(self):
-        prefix = self.folder + "/prefix"
-        run(self.use(f"-DSOURCE={ROOT}", "-DVARIANT=mirovan", prefix=prefix,
-                     flags=" -D_FORTIFY_SOURCE=3 -O1 -Werror") + "/consumer")
-        self.assertEqual(os.listdir(prefix), ["bin"])
-
     def test_the_header_in_every_language(self):
         for compiler in ("gcc", "clang"):
             for standard in ("c11", "c17", "c++17", "c++20"):
@@ -94,6 +90,14 @@ class Consumers(Case):
                                              encoding="utf-8", stderr=subprocess.PIPE, check=False)
                     self.assertEqual(len(re.findall("error:.*C.*20", refused.stderr)), 1)
                     self.assertEqual(refused.stderr.count("error:"), 1, refused.stderr)
+
+
+class Sources(Project):
+    def test_the_sources_in_another_project_with_flags_of_its_own(self):
+        prefix = self.folder + "/prefix"
+        run(self.use(f"-DSOURCE={ROOT}", "-DVARIANT=mirovan", prefix=prefix,
+                     flags=" -D_FORTIFY_SOURCE=3 -O1 -Werror") + "/consumer")
+        self.assertEqual(os.listdir(prefix), ["bin"])
 
 
 class Files(Case):
@@ -116,7 +120,7 @@ class Files(Case):
             self.assertLessEqual(set(re.findall(r"-D(MIROVAN_\w+)", (ROOT / recipe).read_text())),
                                  set(options))
 
-    def test_every_function_has_a_manual_page(self):
+    def test_every_function_has_a_manual_page_with_an_example(self):
         run("tools/man_pages", self.folder + "/man3")
         pages = {page.stem: page.read_text() for page in Path(self.folder, "man3").iterdir()}
         for function in header.functions(header.read()):
@@ -124,8 +128,8 @@ class Files(Case):
             if page.startswith(".so "):
                 page = Path(self.folder, page.split()[1]).read_text()
             for needed in (rf"\n\.SH NAME\n[^\n]*\b{function.name}\b", rf"fB{function.name}\\fP\(",
-                           "Threads: "):
-                self.assertRegex(page, needed)
+                           "Threads: ", r"\n\.SH EXAMPLES\n"):
+                self.assertRegex(page, needed, f"{function.name}; docs/snippets.c has the examples")
         self.assertEqual(list(pages), ["mirovan"])
 
     def test_the_chart_shows_every_row_of_a_run(self):

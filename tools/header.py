@@ -1,6 +1,7 @@
 """What include/mirovan.h says, for the tools that make something of it."""
 
 import re
+import textwrap
 from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Dict, List, Tuple
@@ -56,6 +57,25 @@ def error_causes(text: str) -> List[Tuple[str, str, str, str]]:
     """Constant, errno, operation and sentence of every cause that is told apart."""
     return re.findall(r'\bXX\((\w+),\s+(\w+),\s+"(\w*)",\s+"([^"]*)"\)',
                       text.replace("\\\n", "\n"))
+
+
+def examples() -> Dict[str, str]:
+    """The example of each function: the body where it is one function, else everything."""
+    source = (HEADER.parents[1] / "docs" / "snippets.c").read_text(encoding="utf-8")
+    found = {}
+    for name, code in re.findall(r"^/\* (\w+) \*/\n(.*?)\n(?=\n/\*)", source,
+                                 re.DOTALL | re.MULTILINE):
+        body = re.fullmatch(r"static void \w+\(void\)\n\{\n(.*)\n\}", code, re.DOTALL)
+        found[name] = textwrap.dedent(body[1]) if body and "\n}\n" not in code else code
+    return found
+
+
+def constants_written_out(text: str) -> str:
+    """The header with each error code as a constant that has its sentence."""
+    constants = "\n".join(f"    {name} = {value}, /**< {sentence} */"
+                          for value, name, sentence in error_codes(text))
+    return re.sub(r"#define MIROVAN_ERROR_CONSTANT.*?#undef MIROVAN_ERROR_CONSTANT",
+                  lambda _: constants, text, flags=re.DOTALL)
 
 
 def overview(text: str) -> List[Tuple[str, str]]:
@@ -129,24 +149,6 @@ def records(text: str) -> Dict[str, Record]:
         about = re.findall(r"^\s*(\w[^;]*;)\s*/\*\*<(.*?)\*/", body, re.DOTALL | re.MULTILINE)
         found[name] = Record(name, paragraphs(comment)[0].removeprefix("@brief "),
                              [(one_line(field), one_line(meaning)) for field, meaning in about])
-    return found
-
-
-def types(text: str) -> List[Tuple[str, str, List[Tuple[str, str]]]]:
-    """Every enum and struct: its kind and name, and its constants with their values, or the
-    declarations and names of its fields. The error codes are in error_codes()."""
-    text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
-    found = []
-    for kind, name, body in re.findall(r"\b(enum|struct)( \w+)?\s*\{([^}]*)\}", text):
-        if kind == "enum":
-            members = [(constant, str(int(value, 0)))
-                       for constant, value in re.findall(r"(\w+) = (-?\w+)", body)]
-        else:
-            members = [(re.sub(r" = .*", "", one_line(field)),
-                        re.search(r"\(\*(\w+)\)|(\w+)(\[\w+\])?$", field.strip()).group(1, 2))
-                       for field in body.split(";") if field.strip()]
-            members = [(declaration, names[0] or names[1]) for declaration, names in members]
-        found.append((kind, name.strip(), members))
     return found
 
 
