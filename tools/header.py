@@ -152,6 +152,24 @@ def records(text: str) -> Dict[str, Record]:
     return found
 
 
+def types(text: str) -> List[Tuple[str, str, List[Tuple[str, str]]]]:
+    """Every enum and struct: its kind and name, and its constants with their values, or the
+    declarations and names of its fields. The error codes are in error_codes()."""
+    text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
+    found = []
+    for kind, name, body in re.findall(r"\b(enum|struct)( \w+)?\s*\{([^}]*)\}", text):
+        if kind == "enum":
+            members = [(constant, str(int(value, 0)))
+                       for constant, value in re.findall(r"(\w+) = (-?\w+)", body)]
+        else:
+            members = [(re.sub(r" = .*", "", one_line(field)),
+                        re.search(r"\(\*(\w+)\)|(\w+)(\[\w+\])?$", field.strip()).group(1, 2))
+                       for field in body.split(";") if field.strip()]
+            members = [(declaration, names[0] or names[1]) for declaration, names in members]
+        found.append((kind, name.strip(), members))
+    return found
+
+
 CLASSES = {"File": ("CMirovan_File", "m_FileSdk"), "HardWare": ("CMirovan_HardWare", "m_Hardware"),
            "Process": ("CMirovan_Process", "m_ProcessSdk"),
            "System": ("CMirovan_System", "m_SystemSdk")}

@@ -1,16 +1,18 @@
 """What the operating system knows and does, through libmirovan.
 
 Each function is one call of the C interface, whose manual is mirovan.h. A failed call raises
-`Error`, with the error of the calling thread.
+`Error`, which is an OSError, with the error of the calling thread.
 """
 
 from . import file, hardware, process, system
 from ._native import Error, library
 from .codes import RELEASE as __version__
 from .codes import ErrorCode
+from .file import walk
+from .system import LoadSampler
 
-__all__ = ["Error", "ErrorCode", "__version__", "file", "hardware", "library_version", "process",
-           "system"]
+__all__ = ["Error", "ErrorCode", "LoadSampler", "__version__", "file", "hardware",
+           "library_version", "process", "system", "walk"]
 
 
 def library_version() -> str:

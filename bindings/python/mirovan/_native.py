@@ -4,129 +4,50 @@ from __future__ import annotations
 
 import contextlib
 import ctypes
+import dataclasses
+import errno as errno_names
+import functools
 import os
+import queue
 import subprocess
 import sys
-from ctypes import POINTER, Structure, byref, c_bool, c_char, c_char_p, c_int, c_int32, c_int64
-from ctypes import c_long, c_longlong, c_uint32, c_uint64, c_ulong, c_void_p
-from datetime import datetime
-from errno import errorcode
+import threading
+from ctypes import POINTER, byref, c_int
+from datetime import datetime, timedelta, timezone
 from pathlib import Path
-from typing import Any, Iterator, List, Union
+from typing import Any, Callable, Iterator, List, Type, TypeVar, Union
 
+from . import _generated as c
 from .codes import CAUSES, ErrorCode
 
 PathLike = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+T = TypeVar("T")
 
-PATH_SIZE = 1024
-
-
-class FileAttributes(Structure):
-    _fields_ = [("size", c_int64), ("changed", c_int64), ("accessed", c_int64),
-                ("modified", c_int64), ("is_file", c_bool), ("is_hidden", c_bool),
-                ("is_readable", c_bool)]
-
-
-class Disk(Structure):
-    _fields_ = [("reserved", c_int32), ("kind", c_int32), ("total", c_uint64), ("free", c_uint64)]
-
-
-class Cpu(Structure):
-    _fields_ = [("name", c_char * 128), ("model", c_char * 64), ("megahertz", c_int32),
-                ("online", c_int32), ("threads", c_uint32)]
-
-
-class Serials(Structure):
-    _fields_ = [("platform", c_char * 64), ("system", c_char * 64), ("volume_uuid", c_char * 64),
-                ("hardware_uuid", c_char * 64)]
-
-
-class ProcessInfo(Structure):
-    _fields_ = [("id", c_int32), ("threads", c_int32), ("name", c_char * 1024),
-                ("user", c_char * 1024), ("state", c_int32), ("virtual_size", c_uint32),
-                ("resident_size", c_uint32), ("page_ins", c_int32)]
-
-
-class Memory(Structure):
-    _fields_ = [("free_percent", c_int32), ("total", c_uint64), ("free", c_uint64),
-                *((f"reserved{number}", c_uint64) for number in range(1, 6))]
-
-
-class LocalTime(Structure):
-    _fields_ = [("year", c_int32), ("month", c_int32), ("day", c_int32), ("hour", c_int32),
-                ("minute", c_int32), ("second", c_int32)]
+Rows = POINTER(ctypes.c_char_p)
+EPOCH = datetime(1970, 1, 1, tzinfo=timezone.utc)
 
 
 class Int(c_int):
-    """An int parameter; ctypes itself would cut a number that does not fit."""
+    """An int parameter; ctypes itself would truncate a number that does not fit."""
 
     @classmethod
     def from_param(cls, value: int) -> Int:
         if not -0x80000000 <= value <= 0x7FFFFFFF:
-            raise OverflowError(f"{value} is no C int")
+            raise OverflowError(f"{value} does not fit in a C int")
         return cls(value)
 
 
-class LongLong(c_longlong):
+class LongLong(ctypes.c_longlong):
     """The same for a long long."""
 
     @classmethod
     def from_param(cls, value: int) -> LongLong:
         if not -(1 << 63) <= value < 1 << 63:
-            raise OverflowError(f"{value} is no C long long")
+            raise OverflowError(f"{value} does not fit in a C long long")
         return cls(value)
 
 
-Rows = POINTER(c_char_p)
-ReceivePiece = ctypes.CFUNCTYPE(c_bool, c_char_p, c_int, c_void_p)
-
-# The parameters of every function in use; the result is a bool where nothing else is said.
-PARAMETERS = {
-    "Fundix_Memory_Free": [POINTER(Rows), Int],
-    "Mirovan_GetThreadError": [POINTER(c_bool), POINTER(c_int)],
-    "Mirovan_GetErrorText": [c_uint64],
-    "Mirovan_GetVersion": [],
-    "Mirovan_File_GetFileAttrA": [c_char_p, POINTER(FileAttributes)],
-    "Mirovan_File_SaveBuffToFileA": [c_char_p, c_char_p, Int],
-    "Mirovan_File_EnumFileA": [c_char_p, POINTER(Rows), POINTER(c_int), c_bool, Int],
-    "Mirovan_File_CreateMutilFolderA": [c_char_p],
-    "Mirovan_File_DeleteMutilFolderA": [c_char_p, c_bool],
-    "Mirovan_File_CreateSparseFileA": [c_char_p, LongLong],
-    "Mirovan_File_CopyFileA": [c_char_p, c_char_p, c_bool],
-    "Mirovan_HardWare_GetDiskInfomation": [c_char_p, POINTER(Disk), Int],
-    "Mirovan_HardWare_GetDiskNumber": [POINTER(Rows), POINTER(c_int)],
-    "Mirovan_HardWare_GetCpuInfomation": [POINTER(Cpu)],
-    "Mirovan_HardWare_GetSerial": [POINTER(Serials)],
-    "Mirovan_Process_ReadCmdLines": [c_char_p, Int, Int, ReceivePiece, c_void_p],
-    "Mirovan_Process_GetProcessInfo": [POINTER(ProcessInfo), c_char_p, Int],
-    "Mirovan_Process_GetProcessCpuUsage": [POINTER(c_int), Int],
-    "Mirovan_Process_GetUpTime": [POINTER(LocalTime), Int],
-    "Mirovan_Process_GetPath": [c_char_p, Int],
-    "Mirovan_Process_IsAdmin": [],
-    "Mirovan_Process_GetPriority": [POINTER(c_int), Int],
-    "Mirovan_Process_SetPriority": [Int, Int],
-    "Mirovan_Process_Stop": [c_char_p, Int, c_bool],
-    "Mirovan_Process_CreateProcess": [POINTER(c_ulong), c_char_p, c_char_p, c_bool],
-    "Mirovan_Process_RunProcess": [POINTER(c_ulong), c_char_p, c_char_p, c_char_p, c_bool],
-    "Mirovan_Process_SetProcessForCpu": [c_ulong, c_ulong],
-    "Mirovan_Process_GetProcessForCpu": [c_ulong, POINTER(c_long)],
-    "Mirovan_System_GetSystemVer": [c_char_p, c_char_p, c_char_p, POINTER(c_ulong), c_char_p],
-    "Mirovan_System_GetMemoryUsage": [POINTER(Memory), Int],
-    "Mirovan_System_GetCpuUsage": [POINTER(c_int)],
-    "Mirovan_System_GetUpTime": [POINTER(LocalTime)],
-    "Mirovan_System_GetProcessCount": [POINTER(c_int)],
-    "Mirovan_System_GetSysName": [c_char_p, c_char_p],
-    "Mirovan_System_Shutdown": [c_ulong],
-    "Mirovan_System_SystemEx": [c_char_p, Int],
-    "Mirovan_System_GetSysIdleTime": [POINTER(c_ulong)],
-    "Mirovan_System_GetScreen": [POINTER(c_int), POINTER(c_int)],
-    "Mirovan_System_GetLanguage": [c_char_p],
-}
-RESULTS = {
-    "Mirovan_GetThreadError": c_uint64,
-    "Mirovan_GetErrorText": c_char_p,
-    "Mirovan_GetVersion": c_char_p,
-}
+CHECKED: Any = {c_int: Int, ctypes.c_longlong: LongLong}
 
 
 def _places(name: str) -> Iterator[str]:
@@ -152,9 +73,11 @@ def _load() -> ctypes.CDLL:
     for place in _places(name):
         try:
             library = ctypes.CDLL(place)
-            for function, parameters in PARAMETERS.items():
-                getattr(library, function).argtypes = parameters
-                getattr(library, function).restype = RESULTS.get(function, c_bool)
+            functions: Any = c.FUNCTIONS
+            for function, (result, parameters) in functions.items():
+                getattr(library, function).restype = result
+                getattr(library, function).argtypes = [
+                    CHECKED.get(parameter, parameter) for parameter in parameters]
             return library
         except (OSError, AttributeError) as reason:  # not there, or too old
             tried.append(f"  {place}: {reason}")
@@ -163,10 +86,13 @@ def _load() -> ctypes.CDLL:
 
 
 library = _load()
+KINDS: Any = {}
 
 
-class Error(Exception):
-    """A failed operation: its code, the code's name and sentence, and the errno behind it.
+class Error(OSError):
+    """A failed operation: `code`, the code's `name` and its sentence (`text`), `operation`,
+    `subject`, and what every OSError has: `errno`, `strerror`, and `filename` if it failed on a
+    path. It is also an instance of Python's own class for the errno, such as FileNotFoundError.
 
     The message has the operation, what it failed on, the sentence and the system's own message.
     """
@@ -174,37 +100,109 @@ class Error(Exception):
     code: int
     name: str
     text: str
-    errno: int
     operation: str
     subject: str
 
-    def __init__(self, code: int, errno: int, operation: str = "", subject: str = "") -> None:
-        super().__init__(code, errno, operation, subject)
+    def __new__(cls, code: int, errno: int, operation: str = "", subject: Any = None) -> Error:
+        base: Any = type(OSError(errno, ""))
+        if base is not OSError and base not in KINDS:
+            KINDS[base] = type(base.__name__, (Error, base), {"__module__": "mirovan"})
+        paths = subject if isinstance(subject, tuple) else ()
+        filename, filename2 = (*paths, None, None)[:2]
+        create: Any = OSError.__new__
+        error: Error = create(KINDS.get(base, cls), errno, os.strerror(errno), filename, None,
+                              filename2)
+        return error
+
+    def __init__(self, code: int, errno: int, operation: str = "", subject: Any = None) -> None:
         # A library newer than this package may have codes of its own.
         self.code = ErrorCode(code) if code in set(ErrorCode) else code
-        self.errno = errno
         self.operation = operation
-        self.subject = subject
-        name_and_text = library.Mirovan_GetErrorText(code).decode()
-        self.name, _, self.text = name_and_text.partition(": ")
+        parts = subject if isinstance(subject, tuple) else (subject or "",)
+        self.subject = " to ".join(str(part) if isinstance(part, int) else os.fsdecode(part)
+                                   for part in parts)
+        self.name, _, self.text = library.Mirovan_GetErrorText(code).decode().partition(": ")
         for cause, reason, of, sentence in CAUSES:
-            if cause == code and reason in ("0", errorcode.get(errno)) and of in ("", operation):
+            if (cause == code and reason in ("0", errno_names.errorcode.get(errno))
+                    and of in ("", operation)):
                 self.text = sentence
                 break
+        if not errno:
+            self.strerror = self.text
+
+    def __reduce__(self) -> Any:
+        subject = tuple(path for path in (self.filename, self.filename2) if path is not None)
+        return Error, (int(self.code), self.errno, self.operation, subject or self.subject)
 
     def __str__(self) -> str:
-        reason = os.strerror(self.errno) if self.errno else ""
+        reason = self.strerror if self.errno else ""
         parts = (self.operation, self.subject, self.text.rstrip("."), reason)
         return ": ".join(part for part in parts if part)
 
 
 def call(operation: str, subject: Any, function: str, *arguments: Any) -> None:
-    """Calls a function and raises what went wrong in it, with what it was called on."""
+    """Calls a function and raises what went wrong in it, with what it was called on: an id, a
+    string, or a tuple of paths."""
     if not getattr(library, function)(*arguments):
         errno = c_int()
         code = library.Mirovan_GetThreadError(None, byref(errno))
-        text = str(subject or "") if isinstance(subject, int) else os.fsdecode(subject)
-        raise Error(code, errno.value, operation, text)
+        raise Error(code, errno.value, operation, subject)
+
+
+def call_with(handle: Callable[[Any], Any], operation: str, subject: Any, function: str,
+              *arguments: Any) -> None:
+    """Calls a function that calls back, with `handle` as the callback. `handle` gets the first
+    argument of each call; it returns False to stop, and what it raises is raised here.
+
+    A signal handler may raise (KeyboardInterrupt) as soon as a Python function is entered, before
+    any `try` of it. Therefore the callback is the `send` of a generator, which is resumed inside
+    its `try`. `send` takes one argument; C allows a callee to ignore the further ones.
+    """
+    prototype = getattr(library, function).argtypes[-2]
+    more, stop = (c.WALK_CONTINUE, c.WALK_STOP) if prototype._restype_ is c_int else (True, False)
+    raised: List[BaseException] = []
+
+    def receive() -> Any:
+        answer: Any = None
+        try:
+            while True:
+                answer = stop if handle((yield answer)) is False else more
+        except GeneratorExit:
+            pass
+        except BaseException as reason:
+            raised.append(reason)
+            while True:
+                yield stop
+
+    receiver = receive()
+    next(receiver)
+    callback = ctypes.CFUNCTYPE(prototype._restype_, prototype._argtypes_[0])(receiver.send)
+    try:
+        call(operation, subject, function, *arguments, ctypes.cast(callback, prototype), None)
+    finally:
+        if raised:
+            raise raised[0]
+
+
+def aside(work: Callable[[], T]) -> T:
+    """Does work that blocks on another thread, so that Ctrl-C ends the wait for it at once. (Only
+    the main thread runs signal handlers, and not while it is in a C function.)"""
+    if threading.current_thread() is not threading.main_thread():
+        return work()
+    done: Any = queue.SimpleQueue()
+
+    def run() -> None:
+        try:
+            done.put((work(), None))
+        except BaseException as reason:
+            done.put((None, reason))
+
+    threading.Thread(target=run, daemon=True).start()
+    result, reason = done.get()
+    if reason is not None:
+        raise reason
+    answer: T = result
+    return answer
 
 
 def number(operation: str, subject: Any, function: str, *further: Any) -> int:
@@ -216,10 +214,11 @@ def number(operation: str, subject: Any, function: str, *further: Any) -> int:
 
 def local_time(subject: Any, function: str, *further: Any) -> datetime:
     """The same for a calendar time."""
-    time = LocalTime()
+    time = c.TARVELO_LIBTIME()
     call("start_time", subject, function, byref(time), *further)
     # A leap second, which datetime does not know, counts as the second before it.
-    return datetime(time.year, time.month, time.day, time.hour, time.minute, min(time.second, 59))
+    return datetime(time.nYear, time.nMonth, time.nDay, time.nHour, time.nMinute,
+                    min(time.nSecond, 59)).astimezone()
 
 
 def encode(text: PathLike) -> bytes:
@@ -230,8 +229,54 @@ def encode(text: PathLike) -> bytes:
 
 
 def take_rows(rows: Any, count: int) -> List[str]:
-    """The texts of a row table, which is given back."""
+    """The strings of a table of rows, which is freed."""
     try:
         return [os.fsdecode(rows[at]) for at in range(count)]
     finally:
-        library.Fundix_Memory_Free(byref(rows), count)
+        table = ctypes.cast(byref(rows), POINTER(POINTER(ctypes.c_void_p)))
+        library.Fundix_Memory_Free(table, count)
+
+
+def when(nanoseconds: int) -> datetime:
+    return EPOCH + timedelta(microseconds=nanoseconds // 1000)
+
+
+def span(nanoseconds: int) -> timedelta:
+    return timedelta(microseconds=nanoseconds / 1000)
+
+
+def field(name: str, known: int = 0, convert: Any = None) -> Any:
+    """A field of a dataclass that `fill` takes from a field of a C record; None when the record
+    has the bit `known` clear."""
+    return dataclasses.field(metadata={"source": (name, known, convert)})
+
+
+@functools.lru_cache(maxsize=None)
+def sources(cls: Any) -> Any:
+    return [entry.metadata["source"] for entry in dataclasses.fields(cls)]
+
+
+def fill(cls: Type[T], record: Any) -> T:
+    """The dataclass with the values of a C record."""
+    values = []
+    for name, known, convert in sources(cls):  # type: ignore[arg-type]
+        value = None if known and not record.nKnown & known else getattr(record, name)
+        if value is not None and convert is not None:
+            value = convert(value)
+        values.append(os.fsdecode(value) if isinstance(value, bytes) else value)
+    return cls(*values)
+
+
+def sized(cls: Any) -> Any:
+    """A C record that has its size."""
+    return cls(nSize=ctypes.sizeof(cls))
+
+
+def query(cls: Type[T], operation: str, subject: Any, function: str, *arguments: Any) -> T:
+    """The dataclass with the values of the record among the arguments, which a function fills."""
+    call(operation, subject, function, *arguments)
+    return fill(cls, next(each for each in arguments if isinstance(each, ctypes.Structure)))
+
+
+def seconds(limit: Union[timedelta, float]) -> float:
+    return limit.total_seconds() if isinstance(limit, timedelta) else limit

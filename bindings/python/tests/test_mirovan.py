@@ -2,6 +2,7 @@
 
 import ctypes
 import os
+import pickle
 import pwd
 import signal
 import socket
@@ -12,19 +13,34 @@ import tempfile
 import threading
 import time
 import unittest
-from datetime import datetime, timedelta
+from datetime import datetime, timedelta, timezone
+from errno import ENOENT, ENOTDIR
 from pathlib import Path
 
-PACKAGE = Path(__file__).parents[1]
-TOOLS = PACKAGE.parents[1] / "tools"
-sys.path[:0] = [str(PACKAGE), str(TOOLS)]
+PACKAGE = str(Path(__file__).parents[1])
+sys.path.insert(0, PACKAGE)
 
-import header  # noqa: E402
 import mirovan  # noqa: E402
-from mirovan import _native, file, hardware, process, system  # noqa: E402
+from mirovan import file, hardware, process, system  # noqa: E402
 
 signal.signal(signal.SIGINT, signal.default_int_handler)  # where it was ignored, children would ignore it too
 CODE = mirovan.ErrorCode
+# Interrupted in each call; prints how long the call took.
+INTERRUPTED = """
+import time, mirovan
+from mirovan import process
+for call in (lambda: process.output("exec sleep 3"),):
+    start = time.monotonic()
+    print("ready", flush=True)
+    try:
+        call()
+    except KeyboardInterrupt:
+        print(time.monotonic() - start, flush=True)
+"""
+
+
+def first_words(path):
+    return dict(line.split()[:2] for line in Path(path).read_text().splitlines())
 
 
 class Case(unittest.TestCase):
@@ -37,57 +53,11 @@ class Case(unittest.TestCase):
         return os.path.join(self.folder, *parts)
 
     def assert_fails(self, code, errno, call, *arguments):
-        with self.assertRaises(mirovan.Error) as caught:
+        with self.assertRaises(type(OSError(errno, ""))) as caught:
             call(*arguments)
         self.assertEqual((caught.exception.code, caught.exception.errno), (code, errno))
         self.assertEqual(caught.exception.name, "ERROR_MIROVAN_" + code.name)
-
-
-class HeaderTest(Case):
-    RECORDS = {
-        "MIROVAN_FILE_ATTR": _native.FileAttributes,
-        "tag_Mirovan_Disk_Information": _native.Disk,
-        "tag_Mirovan_Cpu_Information": _native.Cpu,
-        "tag_Mirovan_SdkSerial_Information": _native.Serials,
-        "tag_Mirovan_Process_Infomation": _native.ProcessInfo,
-        "tag_Mirovan_Memory_Infomation": _native.Memory,
-        "TARVELO_LIBTIME": _native.LocalTime,
-    }
-    TYPES = {"int": _native.Int, "bool": ctypes.c_bool, "unsigned long": ctypes.c_ulong,
-             "long long": _native.LongLong, "uint64_t": ctypes.c_uint64,
-             "pthread_t": ctypes.c_ulong, "const char*": ctypes.c_char_p,
-             "char*": ctypes.c_char_p}
-
-    def test_release_is_that_of_the_library(self):
-        self.assertEqual(mirovan.__version__, mirovan.library_version())
-
-    def test_records_are_laid_out_as_the_compiler_does(self):
-        records = header.records(header.read())
-        prints = []
-        for name in self.RECORDS:
-            fields = [declaration.rstrip(";").split("[")[0].split()[-1]
-                      for declaration, _ in records[name].fields]
-            values = [f"sizeof({name})", *(f"offsetof({name}, {field})" for field in fields)]
-            prints.append(f'printf("{" %zu" * len(values)}\\n", {", ".join(values)});')
-        program = self.path("layout")
-        subprocess.run([os.environ.get("CC", "cc"), "-x", "c", "-", "-o", program, "-I",
-                        header.HEADER.parent], check=True, text=True,
-                       input='#include "mirovan.h"\n#include <stdio.h>\nint main(void) {'
-                             + "".join(prints) + "return 0; }")
-        for line, record in zip(subprocess.check_output(program, text=True).splitlines(),
-                                self.RECORDS.values()):
-            offsets = [getattr(record, name).offset for name, _ in record._fields_]
-            self.assertEqual(line.split(), [str(n) for n in [ctypes.sizeof(record), *offsets]])
-
-    def test_functions_have_the_parameters_of_the_header(self):
-        declared = {function.name: function for function in header.functions(header.read())}
-        for name, parameters in _native.PARAMETERS.items():
-            types = [text.removesuffix(parameter).strip()
-                     for text, parameter in declared[name].parameters]
-            self.assertEqual(len(types), len(parameters), name)
-            for text, parameter in zip(types, parameters):
-                if text in self.TYPES:
-                    self.assertIs(parameter, self.TYPES[text], name)
+        return caught.exception
 
 
 class FileTest(Case):
@@ -120,15 +90,69 @@ class FileTest(Case):
                          {self.path("deep"), self.path("deep", "er")})
         self.assertEqual(file.list(self.folder), [])
 
-    def test_failures_tell_code_and_errno(self):
-        self.assert_fails(CODE.FILE_ATTR_NOTFOUND, 2, file.attributes, self.path("none"))
-        with self.assertRaisesRegex(mirovan.Error, "^copy: /none to /x: The file could not be copied: No such"):
-            file.copy("/none", b"/x")
-        self.assert_fails(CODE.FILE_ENUM_NOTDIR, 2, file.list, self.path("none"))
-        self.assert_fails(CODE.FILE_CREATEFOLDER_FAILED, 20, file.create_folders, "/etc/passwd/x")
-        self.assertRaises(ValueError, file.attributes, "/etc\0/passwd")
+    def test_failures_are_those_of_python(self):
+        none, missing, a_file = self.path("none"), self.path("missing.old"), "/etc/passwd"
+        for code, errno, call, *paths in (
+                (CODE.FILE_ATTR_NOTFOUND, ENOENT, file.attributes, none),
+                (CODE.FILE_COPY_FAILED, ENOENT, file.copy, none, b"/x"),
+                (CODE.FILE_ENUM_NOTDIR, ENOENT, file.list, none),
+                (CODE.FILE_ENUM_NOTDIR, ENOENT, file.list, missing),
+                (CODE.FILE_ENUM_NOTDIR, ENOTDIR, file.list, a_file),
+                (CODE.FILE_WALK_FAILED, ENOENT, lambda path: next(mirovan.walk(path)), none),
+                (CODE.FILE_CREATEFOLDER_FAILED, ENOTDIR, file.create_folders, a_file + "/x")):
+            error = self.assert_fails(code, errno, call, *paths)
+            self.assertEqual([error.filename, error.filename2][:len(paths)], paths)
+            self.assertEqual(str(error), ": ".join((
+                error.operation, " to ".join(map(os.fsdecode, paths)), error.text[:-1],
+                os.strerror(errno))))
+            self.assertEqual(str(pickle.loads(pickle.dumps(error))), str(error))
+        for call in (file.attributes, file.list, hardware.volume, process.output, process.create):
+            self.assertRaises(ValueError, call, "/etc\0/passwd")
         self.assertRaises(ctypes.ArgumentError, process.stop, (1 << 32) + os.getpid())
         self.assertRaises(ctypes.ArgumentError, file.create_zero_filled, "/x", 1 << 64)
+
+    def test_a_walk_can_be_steered(self):
+        for name in ("a/b/c.txt", "a/d.c", "e/f.txt"):
+            file.save(self.path(name), b"12345")
+        os.symlink("..", self.path("a/up"))
+
+        def names(skip="", **options):
+            found = []
+            for entry in mirovan.walk(self.folder, **options):
+                found.append(os.path.relpath(entry.path, self.folder))
+                if entry.name == skip:
+                    entry.skip()
+            return sorted(found)
+
+        everything = ["a", "a/b", "a/b/c.txt", "a/d.c", "a/up", "e", "e/f.txt"]
+        for options, expected in (({}, everything), ({"same_volume": True}, everything),
+                                  ({"depth": 1}, ["a", "e"]), ({"skip": "a"}, ["a", "e", "e/f.txt"]),
+                                  ({"pattern": "*.txt"}, ["a/b/c.txt", "e/f.txt"])):
+            self.assertEqual(names(**options), expected, options)
+        for entry in mirovan.walk(self.folder, status=True):
+            known = os.lstat(entry.path)
+            self.assertEqual((entry.status.size, entry.status.inode, entry.status.permissions),
+                             (known.st_size, known.st_ino, stat.S_IMODE(known.st_mode)))
+            self.assertAlmostEqual(entry.status.modified.timestamp(), known.st_mtime, 4)
+            self.assertEqual(entry.link_target, ".." if entry.name == "up" else None)
+        entries = mirovan.walk(self.path("a"))
+        folder = next(entry for entry in entries if entry.name == "b")
+        file.delete_folder(folder.path)  # before it is read
+        self.assertIsInstance(next(entries).error, FileNotFoundError)
+
+    def test_a_walk_of_any_depth(self):
+        folder = os.open(self.folder, os.O_RDONLY)
+        for _ in range(50):  # 10 KB, more than a system call takes
+            os.mkdir("d" * 200, dir_fd=folder)
+            below = os.open("d" * 200, os.O_RDONLY, dir_fd=folder)
+            os.close(folder)
+            folder = below
+        os.close(folder)
+        depths = [entry.depth for entry in mirovan.walk(self.folder)]
+        self.assertEqual(depths, [*range(1, 51)])
+        self.assertEqual(len([*mirovan.walk(self.folder, depth=40)]), 40)
+        file.delete_folder(self.folder)
+        os.mkdir(self.folder)
 
     def test_each_thread_has_its_own_error(self):
         def fail(code, errno, *call):
@@ -148,6 +172,16 @@ class FileTest(Case):
 
 
 class ProcessTest(Case):
+    def test_ctrl_c_ends_a_wait(self):
+        child = subprocess.Popen([sys.executable, "-c", INTERRUPTED], env={
+            **os.environ, "PYTHONPATH": PACKAGE}, stdout=subprocess.PIPE, text=True)
+        with child:
+            for call in iter(child.stdout.readline, ""):
+                time.sleep(0.2)
+                child.send_signal(signal.SIGINT)
+                self.assertLess(float(child.stdout.readline()), 1.5, call)
+        self.assertEqual(child.returncode, 0)
+
     def test_output_of_any_length_and_content(self):
         long = process.output_bytes("head -c 1000000 /dev/zero | tr '\\0' x; printf '\\377'")
         self.assertEqual(long, b"x" * 1000000 + b"\xff")
@@ -158,13 +192,13 @@ class ProcessTest(Case):
         self.assertRaisesRegex(KeyError, "y", process.each_piece, "yes 2>/dev/null", {}.__getitem__)
 
     def test_a_child_from_start_to_end(self):
-        earliest = datetime.now() - timedelta(seconds=2)
+        earliest = datetime.now(timezone.utc) - timedelta(seconds=2)
         child = process.create("/bin/sleep", "60")
         facts = process.info(child)
         self.assertEqual((facts.id, facts.user), (child, pwd.getpwuid(os.geteuid()).pw_name))
         self.assertEqual(os.path.basename(process.path(child)), os.path.basename(
             os.path.realpath("/bin/sleep")))
-        self.assertTrue(earliest <= process.start_time(child) <= datetime.now())
+        self.assertTrue(earliest <= process.start_time(child) <= datetime.now(timezone.utc))
         process.set_priority(7, child)
         self.assertEqual(process.priority(child), os.getpriority(os.PRIO_PROCESS, child))
         process.stop(child)
@@ -194,6 +228,31 @@ class SystemTest(Case):
         os.environ["LANG"] = "x" * 300
         self.assertEqual(system.language(), "x" * 300)
         self.assertTrue(all(hardware.volume_names()) and len(hardware.serials().platform) < 64)
+
+    def test_records_are_what_the_system_says(self):
+        identity, details, times = system.identity(), system.memory_details(), system.processor_times()
+        self.assertEqual((identity.kernel_name, identity.kernel_version, identity.architecture),
+                         (os.uname().sysname, os.uname().release, os.uname().machine))
+        self.assertEqual((identity.page_size, identity.processors_usable),
+                         (os.sysconf("SC_PAGE_SIZE"), len(os.sched_getaffinity(0))))
+        known = first_words("/proc/stat")
+        self.assertEqual(identity.start_time.timestamp(), int(known["btime"]))
+        self.assertAlmostEqual(times.total.user.total_seconds() * os.sysconf("SC_CLK_TCK"),
+                               int(known["cpu"]), delta=200)
+        self.assertEqual(len(times.each), os.sysconf("SC_NPROCESSORS_CONF"))
+        known = first_words("/proc/meminfo")
+        self.assertEqual(details.total, int(known["MemTotal:"]) << 10)
+        self.assertEqual(details.swap_total, int(known["SwapTotal:"]) << 10)
+        self.assertLessEqual(details.free, details.total)
+        for volume in hardware.volumes():
+            self.assertTrue(os.path.ismount(volume.mount_point) or volume.total is None, volume)
+        self.assertGreater(len(hardware.volumes(all_mounts=True)), len(hardware.volumes()))
+        with mirovan.LoadSampler() as sampler:
+            end = time.process_time() + 0.2
+            while time.process_time() < end:
+                pass
+            load = sampler.load()
+        self.assertTrue(0 < load.total <= 1 and all(0 <= each <= 1 for each in load.each), load)
 
     def test_commands_have_a_limit(self):
         system.run(f"echo done > {self.path('out')}", timedelta(seconds=30))
