@@ -42,11 +42,13 @@ int stand_in_posix_spawn(pid_t* child, const char* program,
     // Without PATH a shell would find the machine's own commands. One that finds none ends so.
     static auto* const real =
         reinterpret_cast<decltype(&stand_in_posix_spawn)>(dlsym(RTLD_NEXT, "posix_spawn"));
+    const bool is_line =
+        arguments[1] != nullptr && arguments[2] != nullptr && std::strcmp(arguments[2], "--") == 0;
+    const std::string line = is_line ? arguments[3] : "";
     const char* const not_found[] = {"sh", "-c", "exit 127", nullptr};
-    if (std::getenv("PATH") == nullptr && std::strcmp(program, "/bin/sh") == 0)
-        for (const char* name : {"pkill", "xset", "gnome-screensaver-command"})
-            if (std::strncmp(arguments[3], name, std::strlen(name)) == 0)
-                arguments = const_cast<char* const*>(not_found);
+    for (const char* name : {"pkill", "xset", "gnome-screensaver-command"})
+        if (std::getenv("PATH") == nullptr && line.starts_with(name))
+            arguments = const_cast<char* const*>(not_found);
     return real(child, program, actions, attributes, arguments, environment);
 }
 int stand_in_getlogin_r(char* /*name*/, std::size_t /*size*/)
