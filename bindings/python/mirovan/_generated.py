@@ -62,6 +62,58 @@ class MIROVAN_PROCESS_INFO(Structure):
     _fields_ = [("nProcessId", c_int32), ("tszProcessName", c_char * 1024)]
 
 
+COMMAND_MERGE = 1
+
+
+class MIROVAN_COMMAND(Structure):
+    _fields_ = [("nSize", c_uint32), ("nFlags", c_uint32), ("ppszArguments", POINTER(c_char_p)),
+                ("lpszShellLine", c_char_p), ("lpszFolder", c_char_p),
+                ("ppszEnvironment", POINTER(c_char_p)), ("pInput", c_void_p),
+                ("nInputLen", c_uint64), ("nLimitMs", c_int64), ("nGraceMs", c_int64),
+                ("pfnOutput", CFUNCTYPE(c_bool, c_void_p, c_uint64, c_void_p)),
+                ("pfnErrors", CFUNCTYPE(c_bool, c_void_p, c_uint64, c_void_p)),
+                ("pContext", c_void_p)]
+
+
+END_UNKNOWN = 0
+END_EXITED = 1
+END_SIGNALLED = 2
+END_LIMIT = 3
+END_STOPPED = 4
+END_RUNNING = 5
+RESULT_STATUS = 1
+RESULT_WALL_TIME = 2
+RESULT_PROCESSOR_TIME = 4
+RESULT_PEAK_MEMORY = 8
+
+
+class MIROVAN_COMMAND_RESULT(Structure):
+    _fields_ = [("nSize", c_uint32), ("nKnown", c_uint32), ("nProcessId", c_int32),
+                ("nEnd", c_int32), ("nExitStatus", c_int32), ("nSignal", c_int32),
+                ("nWallTime", c_uint64), ("nUserTime", c_uint64), ("nSystemTime", c_uint64),
+                ("nPeakMemory", c_uint64)]
+
+
+PROCESS_PARENT = 1
+PROCESS_USER = 2
+PROCESS_NAME = 4
+PROCESS_STATE = 8
+PROCESS_NICE = 16
+PROCESS_START_TIME = 32
+PROCESS_THREADS = 64
+PROCESS_MEMORY = 128
+PROCESS_PROCESSOR_TIME = 256
+PROCESS_PAGE_FAULTS = 512
+
+
+class MIROVAN_PROCESS_RECORD(Structure):
+    _fields_ = [("nSize", c_uint32), ("nKnown", c_uint32), ("nProcessId", c_int32),
+                ("nParentId", c_int32), ("nUserId", c_uint32), ("nNice", c_int32),
+                ("nStartTime", c_int64), ("nResidentSize", c_uint64), ("nVirtualSize", c_uint64),
+                ("nUserTime", c_uint64), ("nSystemTime", c_uint64), ("nPageFaults", c_uint64),
+                ("nThreadCount", c_uint32), ("cState", c_char), ("tszName", c_char * 67)]
+
+
 class TARVELO_LIBTIME(Structure):
     _fields_ = [("nYear", c_int32), ("nMonth", c_int32), ("nDay", c_int32), ("nHour", c_int32),
                 ("nMinute", c_int32), ("nSecond", c_int32)]
@@ -252,6 +304,14 @@ FUNCTIONS = {
         (c_bool, [c_ulong, c_ulong]),
     "Mirovan_Process_GetProcessForCpu":
         (c_bool, [c_ulong, POINTER(c_ulong)]),
+    "Mirovan_Process_Execute":
+        (c_bool, [POINTER(MIROVAN_COMMAND), POINTER(MIROVAN_COMMAND_RESULT)]),
+    "Mirovan_Process_Wait":
+        (c_bool, [c_int, c_int64, POINTER(MIROVAN_COMMAND_RESULT)]),
+    "Mirovan_Process_List":
+        (c_bool, [CFUNCTYPE(c_bool, POINTER(MIROVAN_PROCESS_RECORD), c_void_p), c_void_p]),
+    "Mirovan_Process_GetRecord":
+        (c_bool, [c_int, POINTER(MIROVAN_PROCESS_RECORD)]),
     "Mirovan_System_GetSystemVer":
         (c_bool, [c_char_p, c_char_p, c_char_p, POINTER(c_ulong), c_char_p]),
     "Mirovan_System_GetMemoryUsage":
