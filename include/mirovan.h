@@ -319,13 +319,14 @@ typedef struct MIROVAN_PROCESS_INFO
 enum Mirovan_CommandFlag
 {
     MIROVAN_COMMAND_MERGE = 1, /**< Standard error goes where standard output goes. */
+    MIROVAN_COMMAND_STOP = 2,  /**< nStopDescriptor ends the command. */
 };
 
 /** @brief What Mirovan_Process_Execute() runs. Set all of it to 0 first, then nSize. */
 typedef struct MIROVAN_COMMAND
 {
     uint32_t nSize;                     /**< sizeof(MIROVAN_COMMAND). */
-    uint32_t nFlags;                    /**< 0, or ::MIROVAN_COMMAND_MERGE. */
+    uint32_t nFlags;                    /**< Values of ::Mirovan_CommandFlag. */
     const char* const* ppszArguments;   /**< Program and arguments, then a null pointer. A program
                                              without a slash is searched for on the caller's PATH;
                                              a relative path starts at lpszFolder. */
@@ -343,7 +344,11 @@ typedef struct MIROVAN_COMMAND
     bool (*pfnOutput)(const char* pData, uint64_t nLen, void* pContext);
     /** The same for standard error. */
     bool (*pfnErrors)(const char* pData, uint64_t nLen, void* pContext);
-    void* pContext; /**< Passed to both functions. */
+    void* pContext;          /**< Passed to both functions. */
+    int32_t nStopDescriptor; /**< With ::MIROVAN_COMMAND_STOP: a file descriptor, such as the
+                                  reading end of a pipe. When it becomes readable, or its other end
+                                  is closed, the command is ended. Nothing is read from it. */
+    int32_t nReserved;       /**< 0. */
 } MIROVAN_COMMAND;
 
 /** @brief How a command ended. */
@@ -353,7 +358,7 @@ enum Mirovan_End
     MIROVAN_END_EXITED = 1,    /**< It exited with nExitStatus. */
     MIROVAN_END_SIGNALLED = 2, /**< The signal nSignal ended it. */
     MIROVAN_END_LIMIT = 3,     /**< It was ended at the limit. */
-    MIROVAN_END_STOPPED = 4,   /**< A function of the caller returned false. */
+    MIROVAN_END_STOPPED = 4,   /**< The caller ended it, by a function or nStopDescriptor. */
     MIROVAN_END_RUNNING = 5,   /**< It still runs: Mirovan_Process_Wait() with a limit. */
 };
 
@@ -1250,8 +1255,9 @@ extern "C"
      * its pipes. No signal setting of the process is changed and none is needed: SIGCHLD may be
      * ignored or handled, and input that the command does not read raises no SIGPIPE.
      *
-     * When the limit is over, or a function returns false, SIGTERM goes to the process group, and
-     * SIGKILL after the grace; when the command has ended, what is left of the group is killed.
+     * When the limit is over, a function returns false or nStopDescriptor becomes readable, SIGTERM
+     * goes to the process group, and SIGKILL after the grace; when the command has ended, what is
+     * left of the group is killed.
      *
      * @param pstCommand what to run and how; nSize is set by the caller.
      * @param pstResult receives how the command ended; nSize is set by the caller. Untouched on

@@ -165,6 +165,16 @@ TEST(Execute, CallersStopSlowDownAndThrow)
     EXPECT_EQ(stopped.result.nEnd, MIROVAN_END_STOPPED);
     EXPECT_EQ(stopped.result.nSignal, SIGTERM);
     EXPECT_EQ(stopped.output, "a\n");
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[1]);
+    Command told{"sleep 60"};
+    told.command.nFlags = MIROVAN_COMMAND_STOP;
+    told.command.nStopDescriptor = ends[0];
+    EXPECT_SUCCEEDS(told.execute());
+    close(ends[0]);
+    EXPECT_EQ(told.result.nEnd, MIROVAN_END_STOPPED);
+    EXPECT_EQ(told.result.nSignal, SIGTERM);
     Command slow{"echo a; sleep 60"};
     slow.on_output = []
     {
@@ -204,12 +214,12 @@ TEST(Execute, WhatCannotBeStartedOrIsInvalid)
         {[&](auto& c) { c.ppszArguments = none; }, parameter, EINVAL},
         {[&](auto& c) { c.ppszArguments = none, c.lpszShellLine = "true"; }, parameter, EINVAL},
         {[&](auto& c) { c.ppszArguments = fine, c.lpszShellLine = "true"; }, parameter, EINVAL},
-        {[&](auto& c) { c.ppszArguments = fine, c.nFlags = 2; }, parameter, EINVAL},
+        {[&](auto& c) { c.ppszArguments = fine, c.nFlags = 4; }, parameter, EINVAL},
         {[&](auto& c) { c.ppszArguments = fine, c.nLimitMs = -1; }, parameter, EINVAL},
         {[&](auto& c) { c.ppszArguments = fine, c.nInputLen = 1; }, parameter, EINVAL},
         {[&](auto& c) { c.ppszArguments = fine, c.nFlags = MIROVAN_COMMAND_MERGE; }, parameter,
          EINVAL},
-        {[&](auto& c) { c.ppszArguments = fine, c.nSize = 95; }, parameter, EINVAL}};
+        {[&](auto& c) { c.ppszArguments = fine, c.nSize = sizeof c - 1; }, parameter, EINVAL}};
     const auto held = test::Held::now();
     for (const auto& [change, code, reason] : cases)
     {

@@ -220,6 +220,10 @@ private:
     void finish(Mirovan_End reason);
     bool wait_for_something();
     bool has_ended();
+    int stop_descriptor() const
+    {
+        return (command_.nFlags & MIROVAN_COMMAND_STOP) != 0 ? command_.nStopDescriptor : -1;
+    }
 
     const MIROVAN_COMMAND& command_;
     Input input_;
@@ -280,7 +284,8 @@ bool Execution::wait_for_something()
     pollfd files[] = {{outputs_[0].descriptor(), POLLIN, 0},
                       {outputs_[1].descriptor(), POLLIN, 0},
                       {input_.descriptor(), POLLOUT, 0},
-                      {child_->end().get(), POLLIN, 0}};
+                      {child_->end().get(), POLLIN, 0},
+                      {reason_ == MIROVAN_END_EXITED ? stop_descriptor() : -1, POLLIN, 0}};
     auto until = std::min(reason_ == MIROVAN_END_EXITED ? limit_ : never, kill_at_);
     if (!child_->end())
         until = std::min<Clock::time_point>(until, Clock::now() + pause_.next());
@@ -288,12 +293,13 @@ bool Execution::wait_for_something()
     {
         if (errno == EINTR)
             return true;
-        // None of them blocks, so all of them can be tried.
+        // None of the streams blocks, so all of them can be tried.
         for (pollfd& file : files)
             file.revents = static_cast<short>(file.fd < 0 ? 0 : file.events);
+        files[4].revents = 0;
         pause_.take();
     }
-    bool wanted = true;
+    bool wanted = files[4].revents == 0;
     for (std::size_t i = 0; i < outputs_.size(); ++i)
         if (wanted && files[i].revents != 0)
             wanted = outputs_[i].read_some(block_) != Output::Read::unwanted;
@@ -400,7 +406,7 @@ bool is_valid(const MIROVAN_COMMAND& command)
     const bool merges = (command.nFlags & MIROVAN_COMMAND_MERGE) != 0;
     return by_arguments != (command.lpszShellLine != nullptr) &&
            (command.ppszArguments == nullptr || by_arguments) &&
-           (command.nFlags & ~uint32_t{MIROVAN_COMMAND_MERGE}) == 0 &&
+           (command.nFlags & ~uint32_t{MIROVAN_COMMAND_MERGE | MIROVAN_COMMAND_STOP}) == 0 &&
            (command.pInput != nullptr || command.nInputLen == 0) && command.nLimitMs >= 0 &&
            !(merges && command.pfnErrors != nullptr);
 }

@@ -63,6 +63,7 @@ class MIROVAN_PROCESS_INFO(Structure):
 
 
 COMMAND_MERGE = 1
+COMMAND_STOP = 2
 
 
 class MIROVAN_COMMAND(Structure):
@@ -72,7 +73,7 @@ class MIROVAN_COMMAND(Structure):
                 ("nInputLen", c_uint64), ("nLimitMs", c_int64), ("nGraceMs", c_int64),
                 ("pfnOutput", CFUNCTYPE(c_bool, c_void_p, c_uint64, c_void_p)),
                 ("pfnErrors", CFUNCTYPE(c_bool, c_void_p, c_uint64, c_void_p)),
-                ("pContext", c_void_p)]
+                ("pContext", c_void_p), ("nStopDescriptor", c_int32), ("nReserved", c_int32)]
 
 
 END_UNKNOWN = 0
