@@ -9,10 +9,11 @@ from ._native import Error, library
 from .codes import RELEASE as __version__
 from .codes import ErrorCode
 from .file import walk
+from .process import UsageSampler, execute, processes, wait
 from .system import LoadSampler
 
-__all__ = ["Error", "ErrorCode", "LoadSampler", "__version__", "file", "hardware",
-           "library_version", "process", "system", "walk"]
+__all__ = ["Error", "ErrorCode", "LoadSampler", "UsageSampler", "__version__", "execute", "file",
+           "hardware", "library_version", "process", "processes", "system", "wait", "walk"]
 
 
 def library_version() -> str:

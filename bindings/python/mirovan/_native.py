@@ -7,6 +7,7 @@ import ctypes
 import dataclasses
 import errno as errno_names
 import functools
+import math
 import os
 import queue
 import subprocess
@@ -253,7 +254,7 @@ def field(name: str, known: int = 0, convert: Any = None) -> Any:
 
 @functools.lru_cache(maxsize=None)
 def sources(cls: Any) -> Any:
-    return [entry.metadata["source"] for entry in dataclasses.fields(cls)]
+    return [entry.metadata["source"] for entry in dataclasses.fields(cls) if entry.metadata]
 
 
 def fill(cls: Type[T], record: Any) -> T:
@@ -280,3 +281,8 @@ def query(cls: Type[T], operation: str, subject: Any, function: str, *arguments:
 
 def seconds(limit: Union[timedelta, float]) -> float:
     return limit.total_seconds() if isinstance(limit, timedelta) else limit
+
+
+def milliseconds(limit: Union[timedelta, float]) -> int:
+    """A limit in seconds, or a timedelta, in whole milliseconds; never shorter."""
+    return math.ceil(max(0, min(seconds(limit), 1e15)) * 1000)

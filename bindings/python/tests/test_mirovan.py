@@ -14,7 +14,7 @@ import threading
 import time
 import unittest
 from datetime import datetime, timedelta, timezone
-from errno import ENOENT, ENOTDIR
+from errno import ECHILD, ENOENT, ENOTDIR
 from pathlib import Path
 
 PACKAGE = str(Path(__file__).parents[1])
@@ -29,13 +29,19 @@ CODE = mirovan.ErrorCode
 INTERRUPTED = """
 import time, mirovan
 from mirovan import process
-for call in (lambda: process.output("exec sleep 3"),):
+child = process.create("/bin/sleep", "9")
+for call in (lambda: process.output("exec sleep 3"),
+             lambda: mirovan.wait(child),
+             lambda: mirovan.execute(["sleep", "9"]),
+             lambda: mirovan.execute("yes", shell=True, on_output=lambda chunk: True),
+             lambda: mirovan.execute("sleep 9 & sleep 9", shell=True, capture=False)):
     start = time.monotonic()
     print("ready", flush=True)
     try:
         call()
     except KeyboardInterrupt:
         print(time.monotonic() - start, flush=True)
+process.stop(child)
 """
 
 
@@ -182,6 +188,51 @@ class ProcessTest(Case):
                 self.assertLess(float(child.stdout.readline()), 1.5, call)
         self.assertEqual(child.returncode, 0)
 
+    def test_commands_end_in_many_ways(self):
+        end, data = process.End, os.urandom(1 << 20)
+        shell = {"shell": True}
+        for command, options, *expected in (
+                (["sh", "-c", "echo a; echo b >&2; exit 3"], {}, end.EXITED, 3, b"a\n", b"b\n"),
+                ("echo a; kill -9 $$", shell, end.SIGNALLED, -9, b"a\n", b""),
+                ("echo a; echo b >&2", {**shell, "merge_errors": True}, end.EXITED, 0, b"a\nb\n", b""),
+                (["cat"], {"input": data}, end.EXITED, 0, data, b""),
+                (["pwd"], {"cwd": "/usr"}, end.EXITED, 0, b"/usr\n", b""),
+                (["env"], {"env": {"A": "\udcff"}}, end.EXITED, 0, b"A=\xff\n", b""),
+                (["sleep", "9"], {"timeout": 0.1}, end.LIMIT, -15, b"", b""),
+                ("trap '' TERM; sleep 9", {**shell, "timeout": timedelta(seconds=0.1), "grace": 0},
+                 end.LIMIT, -9, b"", b""),
+                ("yes", {**shell, "on_output": lambda chunk: False}, end.STOPPED, -15, b"", b""),
+                ("exit 1", {**shell, "capture": False}, end.EXITED, 1, b"", b"")):
+            result = mirovan.execute(command, **options)
+            self.assertEqual([result.end, result.status, result.stdout, result.stderr], expected)
+            self.assertLess(result.wall_time, timedelta(seconds=5))
+        taken = []
+        mirovan.execute("echo a; echo b >&2", shell=True,
+                        on_output=lambda chunk: taken.append((chunk, threading.get_ident())),
+                        on_errors=lambda chunk: taken.append((chunk, threading.get_ident())))
+        self.assertEqual(sorted(taken), [(b"a\n", threading.get_ident()), (b"b\n", threading.get_ident())])
+
+    def test_commands_that_cannot_run(self):
+        for error, command, options in (
+                (FileNotFoundError, ["no-such-program"], {}), (PermissionError, ["/etc/passwd"], {}),
+                (OSError, [], {}), (ValueError, ["echo", "a\0b"], {}), (TypeError, "ls", {}),
+                (TypeError, ["ls"], {"shell": True}), (ValueError, ["ls"], {"env": {"A=B": "c"}}),
+                (KeyError, ["echo"], {"on_output": {}.__getitem__})):
+            self.assertRaises(error, mirovan.execute, command, **options)
+
+    def test_records_of_processes(self):
+        own = process.record()
+        self.assertEqual((own.id, own.parent, own.user_id, own.nice, own.state, own.name + "\n"),
+                         (os.getpid(), os.getppid(), os.geteuid(), os.nice(0), "R",
+                          Path("/proc/self/comm").read_text()))
+        self.assertIn((own.id, own.start_time), [(each.id, each.start_time)
+                                                 for each in mirovan.processes()])
+        sampler = mirovan.UsageSampler()
+        end = time.process_time() + 0.2
+        while time.process_time() < end:
+            pass
+        self.assertTrue(0 < sampler.usage() < 1.5)
+
     def test_output_of_any_length_and_content(self):
         long = process.output_bytes("head -c 1000000 /dev/zero | tr '\\0' x; printf '\\377'")
         self.assertEqual(long, b"x" * 1000000 + b"\xff")
@@ -201,10 +252,13 @@ class ProcessTest(Case):
         self.assertTrue(earliest <= process.start_time(child) <= datetime.now(timezone.utc))
         process.set_priority(7, child)
         self.assertEqual(process.priority(child), os.getpriority(os.PRIO_PROCESS, child))
+        self.assertTrue(earliest <= process.record(child).start_time <= datetime.now(timezone.utc))
+        self.assertEqual(mirovan.wait(child, 0.01).end, process.End.RUNNING)
+        sampler = mirovan.UsageSampler(child)
         process.stop(child)
-        self.assertRaises(ChildProcessError, os.waitpid, child, 0)
-        _, status = os.waitpid(process.run("/bin/sh", "sh", "/dev/null"), 0)
-        self.assertEqual(status, 0)
+        self.assertIsNone(sampler.usage())
+        self.assert_fails(CODE.PROCESS_WAIT_FAILED, ECHILD, mirovan.wait, child)
+        self.assertTrue(mirovan.wait(process.run("/bin/sh", "sh", "/dev/null")).ok)
 
     def test_affinity_tags_belong_to_threads(self):
         process.set_affinity_tag(-5)
