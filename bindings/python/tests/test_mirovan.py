@@ -214,7 +214,7 @@ class ProcessTest(Case):
 
     def test_commands_that_cannot_run(self):
         for error, command, options in (
-                (FileNotFoundError, ["no-such-program"], {}), (PermissionError, ["/etc/passwd"], {}),
+                (FileNotFoundError, ["/no/such"], {}), (PermissionError, ["/etc/passwd"], {}),
                 (OSError, [], {}), (ValueError, ["echo", "a\0b"], {}), (TypeError, "ls", {}),
                 (TypeError, ["ls"], {"shell": True}), (ValueError, ["ls"], {"env": {"A=B": "c"}}),
                 (KeyError, ["echo"], {"on_output": {}.__getitem__})):
