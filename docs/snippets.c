@@ -197,6 +197,61 @@ static void each_line(void)
         printf("%d lines\n", count);
 }
 
+/* Mirovan_Process_Execute */
+static bool print_output(const char* data, uint64_t length, void* context)
+{
+    (void)context;
+    return fwrite(data, 1, (size_t)length, stdout) == length; /* false would end the command */
+}
+
+static void execute(void)
+{
+    const char* const arguments[] = {"echo", "one argument", NULL};
+    MIROVAN_COMMAND command = {0};
+    MIROVAN_COMMAND_RESULT result = {0};
+    command.nSize = sizeof command;
+    command.ppszArguments = arguments;
+    command.nLimitMs = 5000;
+    command.pfnOutput = print_output;
+    result.nSize = sizeof result;
+    if (Mirovan_Process_Execute(&command, &result) && result.nEnd == MIROVAN_END_EXITED)
+        printf("exit status %d\n", result.nExitStatus);
+}
+
+/* Mirovan_Process_Wait */
+static void wait_for_child(void)
+{
+    unsigned long child = 0;
+    MIROVAN_COMMAND_RESULT result = {0};
+    result.nSize = sizeof result;
+    if (Mirovan_Process_CreateProcess(&child, "/bin/true", NULL, false) &&
+        Mirovan_Process_Wait((int)child, 1000, &result)) /* at most a second */
+        printf("ended: %d\n", result.nEnd != MIROVAN_END_RUNNING);
+}
+
+/* Mirovan_Process_List */
+static bool count_process(const MIROVAN_PROCESS_RECORD* process, void* count)
+{
+    *(int*)count += process->cState == 'Z';
+    return true; /* false would end the listing */
+}
+
+static void list_processes(void)
+{
+    int zombies = 0;
+    if (Mirovan_Process_List(count_process, &zombies))
+        printf("%d zombies\n", zombies);
+}
+
+/* Mirovan_Process_GetRecord */
+static void process_record(void)
+{
+    MIROVAN_PROCESS_RECORD record = {0};
+    record.nSize = sizeof record;
+    if (Mirovan_Process_GetRecord((int)getpid(), &record))
+        printf("%s, %" PRIu64 " bytes resident\n", record.tszName, record.nResidentSize);
+}
+
 /* Mirovan_Process_GetProcessInfo */
 static void process_info(void)
 {
@@ -438,19 +493,57 @@ static void query(void)
 /* Runs all but the restart. */
 int main(void)
 {
-    void (*const examples[])(void) = {
-        last_error,     thread_error,  error_text,     version,
-        free_table,     attributes,    save,           list_files,
-        create_folders, create_zeros,  copy,           delete_folder,
-        walk,           volume,        volumes,        processor,
-        serials,        read_lines,    each_line,      process_info,
-        process_usage,  process_start, process_path,   is_admin,
-        priority,       set_priority,  create_process, run_process,
-        stop_process,   set_affinity,  affinity,       system_version,
-        memory,         load,          system_start,   processor_count,
-        process_list,   names,         run_with_limit, idle,
-        screen,         language,      query,          list_volumes,
-        memory_record,  identity,      processor_times};
+    void (*const examples[])(void) = {last_error,
+                                      thread_error,
+                                      error_text,
+                                      version,
+                                      free_table,
+                                      attributes,
+                                      save,
+                                      list_files,
+                                      create_folders,
+                                      create_zeros,
+                                      copy,
+                                      delete_folder,
+                                      walk,
+                                      volume,
+                                      volumes,
+                                      processor,
+                                      serials,
+                                      read_lines,
+                                      each_line,
+                                      process_info,
+                                      process_usage,
+                                      process_start,
+                                      process_path,
+                                      is_admin,
+                                      priority,
+                                      set_priority,
+                                      create_process,
+                                      run_process,
+                                      stop_process,
+                                      set_affinity,
+                                      affinity,
+                                      system_version,
+                                      memory,
+                                      load,
+                                      system_start,
+                                      processor_count,
+                                      process_list,
+                                      names,
+                                      run_with_limit,
+                                      idle,
+                                      screen,
+                                      language,
+                                      query,
+                                      list_volumes,
+                                      memory_record,
+                                      identity,
+                                      processor_times,
+                                      execute,
+                                      wait_for_child,
+                                      list_processes,
+                                      process_record};
     for (size_t i = 0; i < sizeof examples / sizeof *examples; ++i)
         examples[i]();
     (void)restart;
