@@ -130,3 +130,16 @@ DARWIN_CALL int darwin_pthread_setcancelstate(int state, int* earlier)
         *earlier = static_cast<int>(darwin_value(darwin_cancel_states, *earlier, -1));
     return darwin_error(result);
 }
+
+// A lock begins with a word that tells that it is one; what follows is 0 at first on both sides.
+#define ON_LOCK(name, type, call)                                                                  \
+    DARWIN_CALL int darwin_##name(char* lock)                                                      \
+    {                                                                                              \
+        return darwin_error(call(reinterpret_cast<type*>(lock + sizeof(long))));                   \
+    }
+ON_LOCK(pthread_rwlock_rdlock, pthread_rwlock_t, pthread_rwlock_rdlock)
+ON_LOCK(pthread_rwlock_wrlock, pthread_rwlock_t, pthread_rwlock_wrlock)
+ON_LOCK(pthread_rwlock_unlock, pthread_rwlock_t, pthread_rwlock_unlock)
+ON_LOCK(_ZNSt3__15mutex4lockEv, pthread_mutex_t, pthread_mutex_lock)
+ON_LOCK(_ZNSt3__15mutex6unlockEv, pthread_mutex_t, pthread_mutex_unlock)
+ON_LOCK(_ZNSt3__15mutexD1Ev, pthread_mutex_t, pthread_mutex_destroy)
