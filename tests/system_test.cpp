@@ -225,8 +225,11 @@ TEST(SystemMemory, AgreesWithTheKernelInEveryUnit)
                  {5, 0},
                  {7, 0},
                  {-2, 0}};
-    for (const auto& [unit, shift] : cases)
+    for (const auto& wanted : cases)
     {
+        // By value: a lambda cannot take a structured binding with every compiler.
+        const int unit = wanted.unit;
+        const unsigned shift = wanted.shift;
         tag_Mirovan_Memory_Infomation memory{};
         const uint64_t reserved = (uint64_t{5} << 30U) + 4096;
         EXPECT_TRUE(between_readings([=] { return meminfo("MemFree") >> shift; },

@@ -2,6 +2,8 @@
 // records and with its refusals.
 #include "darwin.h"
 
+#include "mirovan.h"
+#include "platform/host.h"
 #include "platform/linux/process_text.h"
 #include "platform/linux/read_text.h"
 
@@ -15,6 +17,7 @@
 #include <sys/resource.h>
 #include <sys/sysctl.h>
 #include <sys/utsname.h>
+#include <vector>
 
 using namespace darwin;
 
@@ -135,19 +138,128 @@ DARWIN_CALL int darwin_proc_pidinfo(int process, int flavour, uint64_t argument,
     }
 }
 
+namespace
+{
+
+void fill(darwin_statfs& to, const struct statfs& from)
+{
+    to = {.f_bsize = from.f_bsize,
+          .f_blocks = from.f_blocks,
+          .f_bfree = from.f_bfree,
+          .f_bavail = from.f_bavail,
+          .f_flags = from.f_flags}; // the layer has Darwin's numbers
+    copy_text(to.f_fstypename, from.f_fstypename);
+    copy_text(to.f_mntonname, from.f_mntonname);
+    copy_text(to.f_mntfromname, from.f_mntfromname);
+    std::memcpy(to.f_fsid_val, &from.f_fsid, sizeof to.f_fsid_val);
+    if ((from.f_flags & MNT_LOCAL) != 0 &&
+        mirovan::platform::volume_details(from).removable.value_or(false))
+        to.f_flags |= static_cast<uint32_t>(darwin_MNT_REMOVABLE);
+}
+
+} // namespace
+
 DARWIN_CALL int darwin_statfs(const char* path, struct darwin_statfs* to)
 {
     const Call call;
-    struct statfs found
-    {
-    };
+    struct statfs found = {};
     if (strnlen(path, 1024) == 1024)
         return fails(ENAMETOOLONG, -1);
     if (statfs(path, &found) != 0)
         return -1;
-    *to = {.f_bsize = found.f_bsize, .f_blocks = found.f_blocks, .f_bavail = found.f_bavail};
-    copy_text(to->f_fstypename, found.f_fstypename);
+    fill(*to, found);
+    errno = 0;
     return 0;
+}
+DARWIN_CALL int darwin_getfsstat(struct darwin_statfs* to, int size, int flags)
+{
+    const Call call;
+    const int most = to == nullptr ? 0 : size / static_cast<int>(sizeof *to);
+    std::vector<struct statfs> found(static_cast<std::size_t>(most));
+    const int count = getfsstat(to == nullptr ? nullptr : found.data(),
+                                most * static_cast<int>(sizeof found[0]), flags);
+    for (int i = 0; i < std::min(count, most); ++i)
+        fill(to[i], found[static_cast<std::size_t>(i)]);
+    return count;
+}
+/// Of all that it answers there, the name of a volume.
+DARWIN_CALL int darwin_getattrlist(const char* path, const void* /*wanted*/, char* to,
+                                   std::size_t size, unsigned /*options*/)
+{
+    const Call call;
+    struct statfs found = {};
+    if (statfs(path, &found) != 0)
+        return -1;
+    const std::string label = mirovan::platform::volume_details(found).label;
+    const uint32_t header[] = {static_cast<uint32_t>(13 + label.size()), 8,
+                               static_cast<uint32_t>(label.size() + 1)};
+    std::memcpy(to, header, sizeof header);
+    copy_text(reinterpret_cast<char(&)[1024]>(to[12]), label.substr(0, size - 13).c_str());
+    errno = 0;
+    return 0;
+}
+
+/// The counters of each processor have 32 bits and wrap.
+DARWIN_CALL kern_return_t darwin_host_processor_info(unsigned host, int flavour,
+                                                     natural_t* processors,
+                                                     processor_info_array_t* info,
+                                                     mach_msg_type_number_t* count)
+{
+    const Call call;
+    const kern_return_t result = host_processor_info(host, flavour, processors, info, count);
+    if (result != KERN_SUCCESS)
+        return result;
+    const auto* from = reinterpret_cast<const processor_cpu_load_info*>(*info);
+    *count = *processors * CPU_STATE_MAX;
+    for (natural_t i = 0; i < *count; ++i) // in place: what is written was read before
+        (*info)[i] = static_cast<integer_t>(from[i / CPU_STATE_MAX].cpu_ticks[i % CPU_STATE_MAX]);
+    return result;
+}
+DARWIN_CALL kern_return_t darwin_host_statistics64(unsigned /*host*/, int flavour,
+                                                   darwin_vm_statistics64* to, unsigned* /*count*/)
+{
+    if (flavour != darwin_HOST_VM_INFO64)
+        unknown("host flavour", flavour);
+    mirovan::platform::Memory memory;
+    if (!mirovan::platform::read_memory(memory))
+        return KERN_FAILURE;
+    const auto pages = [](auto bytes)
+    { return static_cast<uint32_t>(bytes.value_or(0) / static_cast<uint64_t>(getpagesize())); };
+    *to = {.free_count = pages(memory.free), .wire_count = pages(memory.wired)};
+    to->external_page_count = pages(memory.available) - to->free_count;
+    return KERN_SUCCESS;
+}
+DARWIN_CALL int darwin_sysctlbyname(const char* name, void* to, std::size_t* size, const void*,
+                                    std::size_t)
+{
+    const Call call;
+    const auto give = [&](const void* value, std::size_t length)
+    {
+        if (*size < length)
+            return fails(ENOMEM, -1);
+        std::memcpy(to, value, *size = length);
+        return 0;
+    };
+    const std::string_view wanted = name;
+    int numbers[2] = {CTL_HW, wanted == "hw.memsize" ? HW_MEMSIZE : HW_AVAILCPU};
+    if (wanted == "hw.memsize" || wanted == "hw.activecpu")
+        return sysctl(numbers, 2, to, size, nullptr, 0);
+    if (wanted == "kern.osproductversion")
+    {
+        const std::string version = mirovan::platform::system_name().version;
+        return give(version.c_str(), version.size() + 1);
+    }
+    if (wanted == "vm.swapusage")
+    {
+        mirovan::platform::Memory memory;
+        if (!mirovan::platform::read_memory(memory))
+            return -1;
+        const darwin_xsw_usage usage{.xsu_total = memory.swap_total.value_or(0),
+                                     .xsu_used = memory.swap_used.value_or(0)};
+        return give(&usage, sizeof usage);
+    }
+    std::fputs(name, stderr);
+    unknown("value", 0);
 }
 
 DARWIN_CALL int darwin_uname(struct darwin_utsname* to)
@@ -230,4 +342,28 @@ DARWIN_CALL uint64_t wrapped_Mirovan_GetThreadError(bool* occurred, int* number)
     if (number != nullptr)
         *number = linux_error(*number);
     return code;
+}
+
+struct Receiver
+{
+    int (*take)(const MIROVAN_WALK_ENTRY*, void*);
+    void* context;
+};
+extern "C" bool original_Mirovan_File_Walk(const char*, const MIROVAN_WALK*,
+                                           int (*)(const MIROVAN_WALK_ENTRY*, void*), void*);
+
+DARWIN_CALL bool wrapped_Mirovan_File_Walk(const char* path, const MIROVAN_WALK* options,
+                                           int (*take)(const MIROVAN_WALK_ENTRY*, void*),
+                                           void* context)
+{
+    Receiver receiver{take, context};
+    const auto renumber = [](const MIROVAN_WALK_ENTRY* entry, void* to)
+    {
+        MIROVAN_WALK_ENTRY seen = *entry;
+        seen.nErrno = linux_error(seen.nErrno);
+        const auto* wanted = static_cast<const Receiver*>(to);
+        return wanted->take(&seen, wanted->context);
+    };
+    return original_Mirovan_File_Walk(path, options, take == nullptr ? nullptr : +renumber,
+                                      &receiver);
 }
