@@ -28,9 +28,6 @@ using namespace darwin;
         const Call call;                                                                           \
         return name arguments;                                                                     \
     }
-SAME(int, sysctl,
-     (int* name, unsigned length, void* to, std::size_t* size, void* set, std::size_t set_size),
-     (name, length, to, size, set, set_size))
 SAME(int, getpriority, (__priority_which_t which, id_t who), (which, who))
 SAME(int, setpriority, (__priority_which_t which, id_t who, int priority), (which, who, priority))
 SAME(int, proc_pidpath, (int process, void* to, uint32_t size), (process, to, size))
@@ -152,9 +149,6 @@ void fill(darwin_statfs& to, const struct statfs& from)
     copy_text(to.f_mntonname, from.f_mntonname);
     copy_text(to.f_mntfromname, from.f_mntfromname);
     std::memcpy(to.f_fsid_val, &from.f_fsid, sizeof to.f_fsid_val);
-    if ((from.f_flags & MNT_LOCAL) != 0 &&
-        mirovan::platform::volume_details(from).removable.value_or(false))
-        to.f_flags |= static_cast<uint32_t>(darwin_MNT_REMOVABLE);
 }
 
 } // namespace
@@ -171,95 +165,30 @@ DARWIN_CALL int darwin_statfs(const char* path, struct darwin_statfs* to)
     errno = 0;
     return 0;
 }
-DARWIN_CALL int darwin_getfsstat(struct darwin_statfs* to, int size, int flags)
+/// Every process's few facts, of others too.
+DARWIN_CALL int darwin_sysctl(int* name, unsigned length, void* to, std::size_t* size, void* set,
+                              std::size_t set_size)
 {
     const Call call;
-    const int most = to == nullptr ? 0 : size / static_cast<int>(sizeof *to);
-    std::vector<struct statfs> found(static_cast<std::size_t>(most));
-    const int count = getfsstat(to == nullptr ? nullptr : found.data(),
-                                most * static_cast<int>(sizeof found[0]), flags);
-    for (int i = 0; i < std::min(count, most); ++i)
-        fill(to[i], found[static_cast<std::size_t>(i)]);
-    return count;
-}
-/// Of all that it answers there, the name of a volume.
-DARWIN_CALL int darwin_getattrlist(const char* path, const void* /*wanted*/, char* to,
-                                   std::size_t size, unsigned /*options*/)
-{
-    const Call call;
-    struct statfs found = {};
-    if (statfs(path, &found) != 0)
+    if (length != 4)
+        return sysctl(name, length, to, size, set, set_size);
+    kinfo_proc found{};
+    std::size_t found_size = sizeof found;
+    if (sysctl(name, length, &found, &found_size, nullptr, 0) != 0)
         return -1;
-    const std::string label = mirovan::platform::volume_details(found).label;
-    const uint32_t header[] = {static_cast<uint32_t>(13 + label.size()), 8,
-                               static_cast<uint32_t>(label.size() + 1)};
-    std::memcpy(to, header, sizeof header);
-    copy_text(reinterpret_cast<char(&)[1024]>(to[12]), label.substr(0, size - 13).c_str());
-    errno = 0;
+    darwin_kinfo_proc record{};
+    record.kp_proc_p_un___p_starttime_tv_sec = found.kp_proc.p_starttime.tv_sec;
+    record.kp_proc_p_un___p_starttime_tv_usec = static_cast<int>(found.kp_proc.p_starttime.tv_usec);
+    record.kp_proc_p_stat = found.kp_proc.p_stat;
+    record.kp_proc_p_pid = found.kp_proc.p_pid;
+    record.kp_proc_p_nice = found.kp_proc.p_nice;
+    copy_text(record.kp_proc_p_comm, found.kp_proc.p_comm);
+    record.kp_eproc_e_ucred_cr_uid = found.kp_eproc.e_ucred.cr_uid;
+    record.kp_eproc_e_ppid = found.kp_eproc.e_ppid;
+    if (found_size == 0 || *size < sizeof record)
+        return found_size == 0 ? static_cast<int>(*size = 0) : fails(ENOMEM, -1);
+    std::memcpy(to, &record, *size = sizeof record);
     return 0;
-}
-
-/// The counters of each processor have 32 bits and wrap.
-DARWIN_CALL kern_return_t darwin_host_processor_info(unsigned host, int flavour,
-                                                     natural_t* processors,
-                                                     processor_info_array_t* info,
-                                                     mach_msg_type_number_t* count)
-{
-    const Call call;
-    const kern_return_t result = host_processor_info(host, flavour, processors, info, count);
-    if (result != KERN_SUCCESS)
-        return result;
-    const auto* from = reinterpret_cast<const processor_cpu_load_info*>(*info);
-    *count = *processors * CPU_STATE_MAX;
-    for (natural_t i = 0; i < *count; ++i) // in place: what is written was read before
-        (*info)[i] = static_cast<integer_t>(from[i / CPU_STATE_MAX].cpu_ticks[i % CPU_STATE_MAX]);
-    return result;
-}
-DARWIN_CALL kern_return_t darwin_host_statistics64(unsigned /*host*/, int flavour,
-                                                   darwin_vm_statistics64* to, unsigned* /*count*/)
-{
-    if (flavour != darwin_HOST_VM_INFO64)
-        unknown("host flavour", flavour);
-    mirovan::platform::Memory memory;
-    if (!mirovan::platform::read_memory(memory))
-        return KERN_FAILURE;
-    const auto pages = [](auto bytes)
-    { return static_cast<uint32_t>(bytes.value_or(0) / static_cast<uint64_t>(getpagesize())); };
-    *to = {.free_count = pages(memory.free), .wire_count = pages(memory.wired)};
-    to->external_page_count = pages(memory.available) - to->free_count;
-    return KERN_SUCCESS;
-}
-DARWIN_CALL int darwin_sysctlbyname(const char* name, void* to, std::size_t* size, const void*,
-                                    std::size_t)
-{
-    const Call call;
-    const auto give = [&](const void* value, std::size_t length)
-    {
-        if (*size < length)
-            return fails(ENOMEM, -1);
-        std::memcpy(to, value, *size = length);
-        return 0;
-    };
-    const std::string_view wanted = name;
-    int numbers[2] = {CTL_HW, wanted == "hw.memsize" ? HW_MEMSIZE : HW_AVAILCPU};
-    if (wanted == "hw.memsize" || wanted == "hw.activecpu")
-        return sysctl(numbers, 2, to, size, nullptr, 0);
-    if (wanted == "kern.osproductversion")
-    {
-        const std::string version = mirovan::platform::system_name().version;
-        return give(version.c_str(), version.size() + 1);
-    }
-    if (wanted == "vm.swapusage")
-    {
-        mirovan::platform::Memory memory;
-        if (!mirovan::platform::read_memory(memory))
-            return -1;
-        const darwin_xsw_usage usage{.xsu_total = memory.swap_total.value_or(0),
-                                     .xsu_used = memory.swap_used.value_or(0)};
-        return give(&usage, sizeof usage);
-    }
-    std::fputs(name, stderr);
-    unknown("value", 0);
 }
 
 DARWIN_CALL int darwin_uname(struct darwin_utsname* to)

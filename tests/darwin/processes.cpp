@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <pwd.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -101,6 +102,42 @@ DARWIN_CALL int darwin_sigaction(int number, const struct darwin_sigaction* set,
                 earlier->sa_flags |= static_cast<int>(theirs);
     }
     return result;
+}
+DARWIN_CALL int darwin_sigpending(uint32_t* set)
+{
+    const Call call;
+    sigset_t found;
+    const int result = sigpending(&found);
+    *set = darwin_set(found);
+    return result;
+}
+DARWIN_CALL int darwin_sigwait(const uint32_t* set, int* number)
+{
+    const sigset_t wanted = linux_set(*set);
+    const int result = sigwait(&wanted, number);
+    *number = static_cast<int>(darwin_value(darwin_signals, *number, *number));
+    return darwin_error(result);
+}
+DARWIN_CALL int darwin_waitid(idtype_t kind, id_t id, darwin_siginfo_t* to, int options)
+{
+    const Call call;
+    siginfo_t found = {};
+    const auto has = [&](long flag, int here) { return (options & flag) != 0 ? here : 0; };
+    const int result = waitid(kind, id, &found,
+                              has(darwin_WEXITED, WEXITED) | has(darwin_WNOHANG, WNOHANG) |
+                                  has(darwin_WNOWAIT, WNOWAIT));
+    *to = {};
+    to->its_si_pid = found.si_pid;
+    to->its_si_code = found.si_code;
+    to->its_si_status = found.si_status;
+    return result;
+}
+DARWIN_CALL int darwin_ioctl(int file, unsigned long request, int* to)
+{
+    const Call call;
+    if (request != static_cast<unsigned long>(darwin_FIONREAD))
+        unknown("ioctl", static_cast<long>(request));
+    return ioctl(file, FIONREAD, to);
 }
 DARWIN_CALL sighandler_t darwin_signal(int number, sighandler_t handler)
 {
