@@ -136,17 +136,17 @@ def execute(command: Union[Sequence[PathLike], str, bytes], *, shell: bool = Fal
         record.pfnErrors = receiver(on_errors, taken[1])
     told, teller = (open(end, mode, buffering=0) for end, mode in zip(os.pipe(), ("rb", "wb")))
     record.nFlags = c.COMMAND_STOP | (c.COMMAND_MERGE if merge_errors else 0)
-    record.nStopDescriptor = told.fileno()
     result = sized(c.MIROVAN_COMMAND_RESULT)
 
     def run() -> None:
-        with told:
-            try:
-                call("execute", words[0] if shell else (*words[:1],), "Mirovan_Process_Execute",
-                     record, result)
-                events.put((None, None))
-            except BaseException as reason:
-                events.put((None, reason))
+        reason: Optional[BaseException] = None
+        try:
+            record.nStopDescriptor = told.fileno()  # told stays open as long as this runs
+            call("execute", words[0] if shell else (*words[:1],), "Mirovan_Process_Execute", record,
+                 result)
+        except BaseException as raised:
+            reason = raised
+        events.put((None, reason))
 
     worker = threading.Thread(target=run, daemon=True)
     try:
@@ -156,13 +156,14 @@ def execute(command: Union[Sequence[PathLike], str, bytes], *, shell: bool = Fal
             if function is None:
                 break
             answers.put(function(event) is not False)
+        told.close()
     except BaseException:
         is_wanted = False
         teller.write(b"\0")
         answers.put(False)
         if worker.is_alive():
             worker.join()
-        told.close()
+            told.close()
         raise
     finally:
         teller.close()

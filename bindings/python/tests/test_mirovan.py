@@ -188,6 +188,23 @@ class ProcessTest(Case):
                 self.assertLess(float(child.stdout.readline()), 1.5, call)
         self.assertEqual(child.returncode, 0)
 
+    def test_signal_handlers_may_raise_anywhere(self):
+        def stop(*_):
+            raise InterruptedError
+
+        self.addCleanup(signal.signal, signal.SIGALRM, signal.signal(signal.SIGALRM, stop))
+        calls = (lambda: {1, os.getpid()} <= {each.id for each in mirovan.processes()},
+                 lambda: len([*mirovan.walk("/", depth=1)]) >= len(os.listdir("/")),
+                 lambda: mirovan.execute("echo a; sleep 0.01", shell=True, on_output=len).ok)
+        for tick in range(150):
+            try:
+                signal.setitimer(signal.ITIMER_REAL, 0.0001 * (tick + 1))
+                complete = calls[tick % 3]()
+                signal.setitimer(signal.ITIMER_REAL, 0)
+                self.assertTrue(complete, tick)
+            except InterruptedError:
+                pass
+
     def test_commands_end_in_many_ways(self):
         end, data = process.End, os.urandom(1 << 20)
         shell = {"shell": True}
