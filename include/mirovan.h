@@ -1557,8 +1557,8 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
      * @brief How the processors have spent their time since the system started: all of them
      * together, then each one.
      *
-     * The times only ever grow. The load between two calls is the growth of the user, nice and
-     * system times, divided by the growth of all four.
+     * The load between two calls is the growth of the user, nice and system times, divided by the
+     * growth of all four. On Linux the idle time may now and then be a tick less than before.
      *
      * @param pfnTimes called first for all processors together and then for each one in the order
      *                 of their numbers, on the calling thread; returns false to end the listing,

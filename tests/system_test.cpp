@@ -232,8 +232,8 @@ TEST(SystemMemory, AgreesWithTheKernelInEveryUnit)
         const unsigned shift = wanted.shift;
         tag_Mirovan_Memory_Infomation memory{};
         const uint64_t reserved = (uint64_t{5} << 30U) + 4096;
-        EXPECT_TRUE(between_readings([=] { return meminfo("MemFree") >> shift; },
-                                     [&]
+        EXPECT_TRUE(between_readings([shift = shift] { return meminfo("MemFree") >> shift; },
+                                     [&, unit = unit]
                                      {
                                          memory.nReserved1 = memory.nReserved2 = memory.nReserved3 =
                                              memory.nReserved4 = memory.nReserved5 = reserved;

@@ -95,7 +95,8 @@ bool read_memory(Memory& memory)
         errno = EIO;
         return false;
     }
-    read_memory_limit("", memory.process_limit);
+    if (!read_memory_limit("", memory.process_limit))
+        memory.process_limit.reset();
     return true;
 }
 
