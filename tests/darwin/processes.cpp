@@ -186,7 +186,7 @@ DARWIN_CALL pid_t darwin_wait4(pid_t child, int* status, int options, darwin_rus
                   .ru_utime_tv_usec = static_cast<int32_t>(used.ru_utime.tv_usec),
                   .ru_stime_tv_sec = used.ru_stime.tv_sec,
                   .ru_stime_tv_usec = static_cast<int32_t>(used.ru_stime.tv_usec),
-                  .ru_maxrss = used.ru_maxrss * 1024, // in bytes
+                  .ru_maxrss = used.ru_maxrss, // in bytes, as the layer has it
                   .ru_minflt = used.ru_minflt,
                   .ru_majflt = used.ru_majflt};
     return result;
