@@ -428,7 +428,8 @@ inline attributes_record attributes(const path_argument& path)
     return attributes(path, detail::throws);
 }
 
-/** See Mirovan_File_CreateMutilFolderA(). */
+/** Creates a folder and those above it; a success too if anything, a file as well, exists there. See
+ *  Mirovan_File_CreateMutilFolderA(). */
 inline void create_folders(const path_argument& path, std::error_code& ec)
 {
     detail::report(path.call(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW), ec,
@@ -1061,7 +1062,9 @@ struct lines
     int first = 1; /**< Number of the first. */
 };
 
-/** The output of a shell command, of any length; see Mirovan_Process_ReadCmdLines(). */
+/** The lines of a shell command's output, however many; see Mirovan_Process_ReadCmdLines(). Of a line,
+ *  or of 2,047 bytes of a longer one, what follows a null byte is left out: execute() returns every
+ *  byte. */
 inline std::string output(const std::string& command, lines selection, std::error_code& ec)
 {
     std::string text;
@@ -1803,7 +1806,8 @@ inline void shutdown(action what)
     return shutdown(what, detail::throws);
 }
 
-/** Runs a shell command and kills it at the limit; see Mirovan_System_SystemEx(). */
+/** Runs a shell command and kills it at the limit, a number of whole seconds; 0 or less kills it at
+ *  once. See Mirovan_System_SystemEx(), and process::execute_line() for its status and output. */
 inline void run(const std::string& command, std::chrono::seconds limit, std::error_code& ec)
 {
     constexpr auto longest = std::chrono::seconds{std::numeric_limits<int>::max()};
