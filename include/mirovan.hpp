@@ -1423,7 +1423,8 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
     } given{options, {}, {}};
     const std::vector<std::string> none;
     const auto argument_pointers = pointers(arguments != nullptr ? *arguments : none);
-    const auto environment = pointers(options.environment.value_or(none));
+    const std::vector<std::string>& variables = options.environment ? *options.environment : none;
+    const auto environment = pointers(variables);
     MIROVAN_COMMAND command{};
     command.nSize = sizeof command;
     command.nFlags = options.merge_errors ? static_cast<uint32_t>(MIROVAN_COMMAND_MERGE) : 0U;
@@ -1456,8 +1457,7 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
             auto& to = *static_cast<context*>(pointer);
             return to.take(to.options.on_errors, to.result.errors, data, length);
         };
-    if (detail::c_string(options.folder.native()) == nullptr ||
-        has_null(options.environment.value_or(none)))
+    if (detail::c_string(options.folder.native()) == nullptr || has_null(variables))
         command.nSize = 0; // rejected, as it would be cut
     MIROVAN_COMMAND_RESULT record{};
     record.nSize = sizeof record;
