@@ -5,13 +5,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <string>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -192,6 +195,98 @@ void compare_launches(bench::Table& table)
     munmap(memory, four_gib);
 }
 
+void execute()
+{
+    const char* const arguments[] = {"/bin/echo", "a", nullptr};
+    std::string output;
+    MIROVAN_COMMAND command{};
+    command.nSize = sizeof command;
+    command.ppszArguments = arguments;
+    command.pfnOutput = [](const char* data, uint64_t length, void* text)
+    {
+        static_cast<std::string*>(text)->append(data, length);
+        return true;
+    };
+    command.pContext = &output;
+    MIROVAN_COMMAND_RESULT result{};
+    result.nSize = sizeof result;
+    require(Mirovan_Process_Execute(&command, &result) && output == "a\n", "Execute");
+}
+
+/// The same with the bare calls.
+void execute_bare()
+{
+    int ends[2];
+    require(pipe2(ends, O_CLOEXEC) == 0, "pipe2");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    pid_t child = 0;
+    char* arguments[] = {const_cast<char*>("/bin/echo"), const_cast<char*>("a"), nullptr};
+    require(posix_spawn(&child, arguments[0], &actions, nullptr, arguments, environ) == 0,
+            "posix_spawn");
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    char block[65536];
+    std::string output;
+    for (ssize_t got = 0; (got = read(ends[0], block, sizeof block)) > 0;)
+        output.append(block, static_cast<std::size_t>(got));
+    close(ends[0]);
+    rusage usage{};
+    require(wait4(child, nullptr, 0, &usage) == child && output == "a\n", "wait4");
+}
+
+void compare_tables(bench::Table& table)
+{
+    constexpr int processes = 500;
+    std::vector<pid_t> children;
+    for (int count = 0; count < processes; ++count)
+    {
+        children.push_back(fork());
+        require(children.back() >= 0, "fork");
+        if (children.back() == 0)
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+        while (children.back() == 0)
+            pause();
+    }
+    table.compare_short(
+        "List of 500 processes / reading stat and statm", 1.2,
+        []
+        {
+            const auto count = [](const MIROVAN_PROCESS_RECORD*, void* total)
+            { return ++*static_cast<int*>(total) != 0; };
+            int total = 0;
+            require(Mirovan_Process_List(count, &total) && total > processes, "List");
+        },
+        []
+        {
+            DIR* const folder = opendir("/proc");
+            int total = 0;
+            while (const dirent* entry = readdir(folder))
+            {
+                if (std::atoi(entry->d_name) == 0)
+                    continue;
+                for (const char* name : {"/stat", "/statm"})
+                {
+                    char text[4096];
+                    const std::string path = std::string("/proc/") + entry->d_name + name;
+                    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+                    sink = file < 0 ? 0 : read(file, text, sizeof text);
+                    close(file);
+                }
+                ++total;
+            }
+            closedir(folder);
+            require(total > processes, "/proc");
+        });
+    for (const pid_t child : children)
+    {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+}
+
 /// Between a low limit and the highest that this process may have.
 void compare_descriptor_limits(bench::Table& table)
 {
@@ -260,6 +355,9 @@ int main()
     std::signal(SIGINT, SIG_DFL);
     bench::Table table{"processes"};
     compare_queries(table);
+    table.compare_short("Execute with output / posix_spawn, pipe, wait4", 1.1, execute,
+                        execute_bare);
+    compare_tables(table);
     compare_launches(table);
     compare_descriptor_limits(table);
     compare_stop(table);
