@@ -1461,7 +1461,8 @@ extern "C"
      * @return true when the command was run, however it ended. Codes:
      *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null command;
      *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
-     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the shell cannot be started.
+     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK no child process can be created. A shell
+     *         that cannot be executed counts as one that exits with 127: a success.
      *
      * Threads: any; the two actions are process-wide. From: sigaction(), posix_spawn(), wait4();
      * kqueue, on Linux pidfd_open().
