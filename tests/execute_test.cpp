@@ -246,8 +246,10 @@ TEST(Execute, ManyAtOnceHoweverTheCallerTreatsItsChildren)
                     std::signal(SIGCHLD,
                                 [](int)
                                 {
+                                    const int saved_errno = errno;
                                     while (waitpid(-1, nullptr, WNOHANG) > 0)
                                         continue;
+                                    errno = saved_errno;
                                 });
                 const auto held = test::Held::now();
                 std::vector<std::thread> threads;

@@ -57,6 +57,7 @@ kern_return_t mach_port_deallocate(mach_port_t /*task*/, mach_port_t /*name*/)
 
 kern_return_t vm_deallocate(mach_port_t /*task*/, vm_address_t address, vm_size_t /*size*/)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): an address is what the caller has of the block.
     std::free(reinterpret_cast<void*>(address));
     return KERN_SUCCESS;
 }

@@ -18,7 +18,7 @@ bool read_mounted(std::vector<struct statfs>& mounted)
 {
     constexpr std::size_t first_capacity = 32;
     // Another volume may be mounted between two calls.
-    constexpr int spare = 8;
+    constexpr std::size_t spare = 8;
     for (mounted.resize(first_capacity);;)
     {
         const int count = getfsstat(
@@ -33,7 +33,7 @@ bool read_mounted(std::vector<struct statfs>& mounted)
         const int expected = getfsstat(nullptr, 0, MNT_NOWAIT);
         if (expected < 0)
             return false;
-        mounted.resize(static_cast<std::size_t>(expected + spare));
+        mounted.resize(static_cast<std::size_t>(expected) + spare);
     }
 }
 
