@@ -110,7 +110,9 @@ bool system_ex(const char* command, int limit)
     case ShellResult::Outcome::no_signals:
         return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL, errno);
     case ShellResult::Outcome::no_shell:
-        return fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK, errno);
+        // A child that is there and cannot become the shell exits with 127, which is a success.
+        return (errno != EAGAIN && errno != ENOMEM) ||
+               fail(ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK, errno);
     default:
         return true;
     }
@@ -127,10 +129,6 @@ ShellResult run_shell(const char* line, std::optional<int> limit)
     launch.mask = &signals.mask();
     launch.defaults = &signals.defaults();
     const pid_t shell = start_shell(line, launch);
-    // A child that is there and cannot become the shell exits with 127.
-    constexpr int status_of_127 = 127 << 8;
-    if (shell < 0 && errno != EAGAIN && errno != ENOMEM)
-        return {ShellResult::Outcome::ended, status_of_127};
     if (shell < 0)
         return {ShellResult::Outcome::no_shell};
     Child child{shell};

@@ -14,7 +14,7 @@ struct ShellResult
     {
         ended,
         no_signals, ///< The signal actions or the mask cannot be changed; errno says why.
-        no_shell,   ///< No child can be created; errno says why.
+        no_shell,   ///< The shell cannot be started; errno says why.
     };
     Outcome outcome;
     std::optional<int> status = {}; ///< In the form of waitpid(), where the system reports it.
