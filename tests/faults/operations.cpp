@@ -333,7 +333,12 @@ void World::add_files(bool wide)
         {"", file, fresh}, {".over", file, other}, {".generated", "/proc/version", fresh}};
     for (const auto& [name, from, to] : copies)
         add("CopyFile" + form + name, "file", codes, 0, copy(from, to, false),
-            [from = from, to = to](Hit) { return read_file(to) == read_file(from); })
+            [from = from, to = to](Hit hit)
+            {
+                // The last file to be closed is the source, where nothing can be lost.
+                const bool lost = was(hit, "close") && hit.fired > 1;
+                return read_file(to) == read_file(from) && !lost;
+            })
             .touches = {"new"};
     Operation& refusal = add("CopyFile" + form + ".refused", "file", codes, 0,
                              copy(file, other, true), [](Hit) { return false; });
