@@ -784,7 +784,7 @@ public:
     };
 
     /** @cond internal */
-    walk_range(std::filesystem::path folder, walk_options options, std::error_code& ec)
+    walk_range(const std::filesystem::path& folder, walk_options options, std::error_code& ec)
         : options_{std::move(options)}
     {
         struct stat status = {};
@@ -1381,10 +1381,9 @@ inline void fill(command_result& to, const MIROVAN_COMMAND_RESULT& from)
 
 inline std::vector<const char*> pointers(const std::vector<std::string>& texts)
 {
-    std::vector<const char*> found;
-    for (const std::string& text : texts)
-        found.push_back(text.c_str());
-    found.push_back(nullptr);
+    std::vector<const char*> found(texts.size() + 1); // null at the end
+    for (std::size_t at = 0; at < texts.size(); ++at)
+        found[at] = texts[at].c_str();
     return found;
 }
 

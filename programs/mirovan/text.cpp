@@ -18,8 +18,6 @@ bool utf8_output = false;
 namespace
 {
 
-constexpr char32_t replacement = 0xFFFD;
-
 /// Takes the first character off a text; nothing for a byte that does not begin one.
 std::optional<char32_t> take_character(std::string_view& text)
 {
