@@ -12,15 +12,8 @@ namespace
 
 using namespace mirovan;
 
-enum Action : unsigned long
-{
-    halt = 0x10001,
-    display_off = 0x10002,
-    restart = 0x10003,
-    end_user = 0x10004,
-    lock_screen = 0x10005,
-    halt_too = 0x10007,
-};
+/// Halts too; without a name in the interface.
+constexpr unsigned long halt_too = 0x10007;
 
 bool call_reboot(int howto)
 {
@@ -52,16 +45,16 @@ bool shut_down(unsigned long action)
 {
     switch (action)
     {
-    case halt:
+    case MIROVAN_SHUTDOWN_HALT:
     case halt_too:
         return call_reboot(RB_HALT);
-    case restart:
+    case MIROVAN_SHUTDOWN_RESTART:
         return call_reboot(RB_AUTOBOOT);
-    case display_off:
+    case MIROVAN_SHUTDOWN_DISPLAY_OFF:
         return run_command("xset dpms force off");
-    case lock_screen:
+    case MIROVAN_SHUTDOWN_LOCK_SCREEN:
         return run_command("gnome-screensaver-command -l");
-    case end_user:
+    case MIROVAN_SHUTDOWN_END_USER:
         return run_command(platform::kill_user_line(session_account()));
     default:
         return fail(ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
