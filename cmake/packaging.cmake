@@ -77,11 +77,11 @@ if(MIROVAN_PYTHON_FOLDER)
     FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 endif()
 
-# The command line program, once there is one: its target is mirovan_program, and it and its manual
-# page are installed with the component tools.
+# The command line program, with its manual page, completion and units.
 if(TARGET mirovan_program)
   deb_package(tools mirovan utils "system, process and file facts at the command line"
-    "This package has the command line program.")
+    "This package has the command line program mirovan, and a timer for systemd that
+writes the metrics of the machine where Prometheus' node exporter finds them.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime_package} (>= ${PROJECT_VERSION})")
 endif()
