@@ -63,25 +63,15 @@ std::string Scratch::folder(const std::string& name) const
 
 std::string read_file(const std::string& path)
 {
-    std::ifstream file{path, std::ios::binary};
-    return {std::istreambuf_iterator<char>{file}, {}};
+    std::ostringstream content;
+    content << std::ifstream{path, std::ios::binary}.rdbuf();
+    return content.str();
 }
 
 std::wstring widened(const std::string& text)
 {
-    // Every test text is ASCII, or valid UTF-8 decoded here the plain way.
-    std::wstring wide;
-    for (std::size_t at = 0; at < text.size();)
-    {
-        const auto lead = static_cast<unsigned char>(text[at]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        auto value = length == 1 ? lead : static_cast<unsigned>(lead & (0xFFU >> (length + 1)));
-        for (std::size_t i = 1; i < length; ++i)
-            value = value << 6U | (static_cast<unsigned char>(text.at(at + i)) & 0x3FU);
-        wide.push_back(static_cast<wchar_t>(value));
-        at += length;
-    }
-    return wide;
+    const std::u32string wide = fs::path{text}.u32string();
+    return {wide.begin(), wide.end()};
 }
 
 std::string shell_output(const std::string& command_line)
@@ -190,32 +180,27 @@ Held Held::now()
 
 void PrintTo(const Held& held, std::ostream* out)
 {
-    for (const auto& [descriptor, target] : held.descriptors)
-        *out << descriptor << "->" << target << ' ';
-    for (const int child : held.children)
-        *out << "child " << child << ' ';
-    for (const auto& text : held.signals)
-        *out << '[' << text << ']';
+    *out << testing::PrintToString(std::tie(held.descriptors, held.children, held.signals));
 }
 
 Environment::Environment(const char* name, const char* value) : name_{name}
 {
-    const char* earlier = std::getenv(name);
-    was_set_ = earlier != nullptr;
-    if (was_set_)
+    if (const char* earlier = std::getenv(name))
         earlier_ = earlier;
-    if (value == nullptr)
-        unsetenv(name);
-    else
-        setenv(name, value, 1);
+    set(value);
 }
 
 Environment::~Environment()
 {
-    if (was_set_)
-        setenv(name_.c_str(), earlier_.c_str(), 1);
-    else
+    set(earlier_ ? earlier_->c_str() : nullptr);
+}
+
+void Environment::set(const char* value) const
+{
+    if (value == nullptr)
         unsetenv(name_.c_str());
+    else
+        setenv(name_.c_str(), value, 1);
 }
 
 Commands::Commands() : path_{"PATH", (scratch_.path() + ":" + std::getenv("PATH")).c_str()} {}

@@ -6,6 +6,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
+#include <optional>
 #include <set>
 #include <signal.h>
 #include <string>
@@ -76,9 +77,10 @@ public:
     Environment& operator=(const Environment&) = delete;
 
 private:
+    void set(const char* value) const;
+
     std::string name_;
-    std::string earlier_;
-    bool was_set_;
+    std::optional<std::string> earlier_;
 };
 
 /// Stand-in commands, first on PATH until the end of the scope: each is a shell script.
@@ -93,6 +95,31 @@ private:
     Scratch scratch_;
     Environment path_;
 };
+
+/// A test of both string forms; the parameter says whether they are wide. Its scratch folder is the
+/// current one.
+class InBothForms : public testing::TestWithParam<bool>
+{
+protected:
+    InBothForms() { std::filesystem::current_path(scratch_.path()); }
+    ~InBothForms() override { std::filesystem::current_path("/"); }
+
+    Scratch scratch_;
+};
+#define IN_BOTH_FORMS(suite)                                                                       \
+    INSTANTIATE_TEST_SUITE_P(Forms, suite, testing::Bool(),                                        \
+                             [](const auto& form) { return form.param ? "Wide" : "Narrow"; })
+
+/// Of two functions whose first argument is a path, the one of the form that is tested.
+template <class Narrow, class Wide>
+auto twins(Narrow narrow, Wide wide)
+{
+    return [=](const std::string& path, auto... further)
+    {
+        return InBothForms::GetParam() ? wide(widened(path).c_str(), further...)
+                                       : narrow(path.c_str(), further...);
+    };
+}
 
 /// A record that begins with its size.
 template <class Record>
