@@ -2,8 +2,8 @@
  * @file mirovan.h
  * @brief The whole public interface of libmirovan, for C11 and for C++17 and later.
  *
- * mirovan answers what the operating system knows about files, hardware, processes and the
- * system, and does what a program commonly asks of it, through one flat C interface.
+ * mirovan queries the operating system and performs common file, hardware, process and system
+ * operations, through one flat C interface.
  *
  * ## Results and errors
  * Every operation returns true on success. It first clears the error flag; when it fails it sets
@@ -32,7 +32,8 @@
  * The library starts no thread. Between calls it keeps the error state, for each thread the login
  * name that it looked up last (used again for at most one second), and the affinity tags that
  * Mirovan_Process_SetProcessForCpu() has set (on Linux). "Threads: any" at a declaration means that
- * it may run on any number of threads at once. No exception leaves a function of the C interface.
+ * it may run on any number of threads at once; "From:" lists the system interfaces that it uses. No
+ * exception leaves a function of the C interface.
  */
 #ifndef MIROVAN_H
 #define MIROVAN_H
@@ -54,13 +55,13 @@
 /** Marks what the shared library exports. */
 #define MIROVAN_API __attribute__((visibility("default")))
 
-/** Bytes, or wide characters, that a buffer or row for a path or a name holds, NUL included. */
+/** Bytes, or wide characters, of a buffer or row for a path or a name, with the null character. */
 #define MIROVAN_PATH_SIZE 1024
 
 /**
  * @brief Every error code: its value, its constant and one sentence.
  *
- * Expand it with a macro of three parameters to make tables of your own. The families are File
+ * Expand it with a macro of three parameters to build your own tables. The families are File
  * (0x40A00xx and 0x40A0502), System (0x40A1xxx), HardWare (0x40A2xxx) and Process (0x40A3xxx).
  */
 #define MIROVAN_ERROR_MAP(XX)                                                                      \
@@ -192,7 +193,7 @@ enum Mirovan_ErrorCode
 };
 
 /** @name Named values
- *  Parameters that select something are integers; these are the values that they take.
+ *  Values of integer parameters and fields.
  *  @{ */
 
 /** @brief Units of the sizes from Mirovan_HardWare_GetDiskInfomation() and
@@ -208,7 +209,7 @@ enum Mirovan_Unit
 /** @brief What an enumeration lists, such as Mirovan_File_EnumFileA(). */
 enum Mirovan_ListKind
 {
-    MIROVAN_LIST_FILES = 1,   /**< Everything that is not a folder. */
+    MIROVAN_LIST_FILES = 1,   /**< All entries that are not folders. */
     MIROVAN_LIST_FOLDERS = 2, /**< Folders. */
     MIROVAN_LIST_ALL = 3      /**< Both. */
 };
@@ -241,7 +242,7 @@ enum Mirovan_ShutdownAction
 /** @brief Size, times and flags of a file or folder, from Mirovan_File_GetFileAttrA(). */
 typedef struct MIROVAN_FILE_ATTR
 {
-    int64_t nFileSize;   /**< Size in bytes as the file system reports it, also of a folder. */
+    int64_t nFileSize;   /**< Size in bytes; of a folder too, as the file system reports it. */
     int64_t nCreateTime; /**< Last change of the status (not the birth), seconds since 1970 UTC. */
     int64_t nAccessTime; /**< Last access, seconds since 1970 UTC. */
     int64_t nModifyTime; /**< Last modification, seconds since 1970 UTC. */
@@ -250,21 +251,21 @@ typedef struct MIROVAN_FILE_ATTR
     bool bIsReadable;    /**< The real user and group of the process may read it. */
 } MIROVAN_FILE_ATTR;
 
-/** @brief Kind and size of a volume, from Mirovan_HardWare_GetDiskInfomation(). */
+/** @brief File system and size of a volume, from Mirovan_HardWare_GetDiskInfomation(). */
 typedef struct tag_Mirovan_Disk_Information
 {
     int32_t nReserved;   /**< Neither read nor written. */
     int32_t nFileSystem; /**< 5 APFS, 1 FAT and exFAT, 2 NTFS, 4 the ext family, 0 any other. */
-    uint64_t nDiskTotal; /**< Size of the volume in the unit asked for. */
-    uint64_t nDiskFree;  /**< What an ordinary user may still fill, in the unit asked for. */
+    uint64_t nDiskTotal; /**< Size of the volume in the given unit. */
+    uint64_t nDiskFree;  /**< Space available to an unprivileged user, in the given unit. */
 } tag_Mirovan_Disk_Information;
 
 /** @brief The processor and the model, from Mirovan_HardWare_GetCpuInfomation(). */
 typedef struct tag_Mirovan_Cpu_Information
 {
-    char tszProcessorName[128];  /**< Name of the processor; of Apple silicon, of the chip. */
+    char tszProcessorName[128];  /**< Name of the processor; on Apple silicon of the chip. */
     char tszModelIdentifier[64]; /**< Model identifier of the machine. */
-    int32_t nProcessorSpeed;     /**< Speed in MHz; Apple silicon reports none. */
+    int32_t nProcessorSpeed;     /**< Speed in MHz; not reported on Apple silicon. */
     int32_t nProcessorOnline;    /**< Processors online, -1 if unknown; on macOS all processors. */
     uint32_t nHardwareThreads;   /**< Hardware threads. */
 } tag_Mirovan_Cpu_Information;
@@ -272,11 +273,11 @@ typedef struct tag_Mirovan_Cpu_Information
 /**
  * @brief Identifiers of the machine, from Mirovan_HardWare_GetSerial().
  *
- * All but the first end in the newline of the report that they come from.
+ * All fields but the first end with the newline of their report.
  */
 typedef struct tag_Mirovan_SdkSerial_Information
 {
-    char tszPlatformSerial[64]; /**< Serial number kept by the device registry. */
+    char tszPlatformSerial[64]; /**< Serial number in the device registry. */
     char tszSystemSerial[64];   /**< Serial number in the hardware report. */
     char tszVolumeUUID[64];     /**< UUID of the first volume in the storage report. */
     char tszHardwareUUID[64];   /**< UUID of the hardware. */
@@ -285,11 +286,11 @@ typedef struct tag_Mirovan_SdkSerial_Information
 /** @brief Snapshot of a process, from Mirovan_Process_GetProcessInfo(). */
 typedef struct tag_Mirovan_Process_Infomation
 {
-    int32_t nProcessId;        /**< The process id exactly as it was given. */
+    int32_t nProcessId;        /**< Process id, as given by the caller. */
     int32_t nThreadCount;      /**< Number of threads. */
-    char tszProcessName[1024]; /**< The caller's name for it, or the system's short name. */
+    char tszProcessName[1024]; /**< Name given by the caller, or the short name. */
     char tszUserName[1024];    /**< Login name of its user. */
-    int32_t nState;            /**< 0 running, 3 anything else. */
+    int32_t nState;            /**< 0 running, 3 any other state. */
     uint32_t nVirtualSize;     /**< Virtual size in units of 4 bytes, low 32 bits. */
     uint32_t nResidentSize;    /**< Resident size in units of 4 bytes, low 32 bits. */
     int32_t nPageIns;          /**< Page-ins divided by 4. */
@@ -298,17 +299,17 @@ typedef struct tag_Mirovan_Process_Infomation
 /** @brief Physical memory, from Mirovan_System_GetMemoryUsage(). */
 typedef struct tag_Mirovan_Memory_Infomation
 {
-    int32_t nFreePercent;  /**< Free share in whole percent, cut off, 0 to 100. */
-    uint64_t nTotalMemory; /**< Physical memory in the unit asked for. */
-    uint64_t nFreeMemory;  /**< Free pages in the unit asked for. */
-    uint64_t nReserved1;   /**< Not filled; converted to the unit like the filled fields. */
-    uint64_t nReserved2;   /**< Not filled; converted to the unit like the filled fields. */
-    uint64_t nReserved3;   /**< Not filled and left alone. */
-    uint64_t nReserved4;   /**< Not filled; converted to the unit like the filled fields. */
-    uint64_t nReserved5;   /**< Not filled; converted to the unit like the filled fields. */
+    int32_t nFreePercent;  /**< Free memory in whole percent, rounded down, 0 to 100. */
+    uint64_t nTotalMemory; /**< Physical memory in the given unit. */
+    uint64_t nFreeMemory;  /**< Free pages in the given unit. */
+    uint64_t nReserved1;   /**< Not filled; converted to the unit like the other fields. */
+    uint64_t nReserved2;   /**< Not filled; converted to the unit like the other fields. */
+    uint64_t nReserved3;   /**< Not filled and not changed. */
+    uint64_t nReserved4;   /**< Not filled; converted to the unit like the other fields. */
+    uint64_t nReserved5;   /**< Not filled; converted to the unit like the other fields. */
 } tag_Mirovan_Memory_Infomation;
 
-/** @brief One row of the process table of Mirovan_System_GetProcessList(). */
+/** @brief Row of the array of Mirovan_System_GetProcessList(), which has no rows. */
 typedef struct MIROVAN_PROCESS_INFO
 {
     int32_t nProcessId;        /**< Process id. */
@@ -318,11 +319,11 @@ typedef struct MIROVAN_PROCESS_INFO
 /** @brief Flags of a MIROVAN_COMMAND. */
 enum Mirovan_CommandFlag
 {
-    MIROVAN_COMMAND_MERGE = 1, /**< Standard error goes where standard output goes. */
+    MIROVAN_COMMAND_MERGE = 1, /**< stderr is redirected to stdout. */
     MIROVAN_COMMAND_STOP = 2,  /**< nStopDescriptor ends the command. */
 };
 
-/** @brief What Mirovan_Process_Execute() runs. Set all of it to 0 first, then nSize. */
+/** @brief A command for Mirovan_Process_Execute(). Clear the record, then set nSize. */
 typedef struct MIROVAN_COMMAND
 {
     uint32_t nSize;                     /**< sizeof(MIROVAN_COMMAND). */
@@ -330,36 +331,36 @@ typedef struct MIROVAN_COMMAND
     const char* const* ppszArguments;   /**< Program and arguments, then a null pointer. A program
                                              without a slash is searched for on the caller's PATH;
                                              a relative path starts at lpszFolder. */
-    const char* lpszShellLine;          /**< Or a command line for /bin/sh. */
+    const char* lpszShellLine;          /**< Alternatively, a command line for /bin/sh. */
     const char* lpszFolder;             /**< Working directory; null for the caller's. */
     const char* const* ppszEnvironment; /**< NAME=value strings, then a null pointer; null for the
                                              caller's environment. */
     const void* pInput;                 /**< Bytes for standard input; null for /dev/null. */
-    uint64_t nInputLen;                 /**< Their number. */
-    int64_t nLimitMs;                   /**< Limit in milliseconds, kept within 50; 0 for none. */
+    uint64_t nInputLen;                 /**< Number of bytes. */
+    int64_t nLimitMs;                   /**< Limit in milliseconds, within 50 ms; 0 for none. */
     int64_t nGraceMs;                   /**< Milliseconds from SIGTERM to SIGKILL; 0 for 100; below
                                              0 for SIGKILL at once. */
-    /** Receives the output in blocks, not null-terminated; returns false to end the command. Null
-        to let the command inherit the stream. */
+    /** Receives the output in chunks, not null-terminated; returns false to end the command. If it
+        is null, the command inherits the stream. */
     bool (*pfnOutput)(const char* pData, uint64_t nLen, void* pContext);
-    /** The same for standard error. */
+    /** The same for stderr. */
     bool (*pfnErrors)(const char* pData, uint64_t nLen, void* pContext);
     void* pContext;          /**< Passed to both functions. */
     int32_t nStopDescriptor; /**< With ::MIROVAN_COMMAND_STOP: a file descriptor, such as the
                                   reading end of a pipe. When it becomes readable, or its other end
-                                  is closed, the command is ended. Nothing is read from it. */
+                                  is closed, the command is ended. It is not read. */
     int32_t nReserved;       /**< 0. */
 } MIROVAN_COMMAND;
 
 /** @brief How a command ended. */
 enum Mirovan_End
 {
-    MIROVAN_END_UNKNOWN = 0,   /**< By itself; the system does not report how. */
+    MIROVAN_END_UNKNOWN = 0,   /**< By itself; its status is unavailable. */
     MIROVAN_END_EXITED = 1,    /**< It exited with nExitStatus. */
     MIROVAN_END_SIGNALLED = 2, /**< The signal nSignal ended it. */
     MIROVAN_END_LIMIT = 3,     /**< It was ended at the limit. */
     MIROVAN_END_STOPPED = 4,   /**< The caller ended it, by a function or nStopDescriptor. */
-    MIROVAN_END_RUNNING = 5,   /**< It still runs: Mirovan_Process_Wait() with a limit. */
+    MIROVAN_END_RUNNING = 5,   /**< It still runs; only from Mirovan_Process_Wait(). */
 };
 
 /** @brief Bits of nKnown in a MIROVAN_COMMAND_RESULT. */
@@ -375,17 +376,17 @@ enum Mirovan_ResultKnown
 typedef struct MIROVAN_COMMAND_RESULT
 {
     uint32_t nSize;       /**< sizeof(MIROVAN_COMMAND_RESULT), set by the caller. */
-    uint32_t nKnown;      /**< Bits of ::Mirovan_ResultKnown; fields without theirs are 0. */
-    int32_t nProcessId;   /**< Its process id. */
+    uint32_t nKnown;      /**< ::Mirovan_ResultKnown bits; unknown fields are 0. */
+    int32_t nProcessId;   /**< Process id. */
     int32_t nEnd;         /**< A value of ::Mirovan_End. */
-    int32_t nExitStatus;  /**< Exit status, 0 to 255; 0 when a signal ended it. */
-    int32_t nSignal;      /**< Number of the signal that ended it, also at a limit; else 0. */
-    uint64_t nWallTime;   /**< From its start to its end, in nanoseconds. */
+    int32_t nExitStatus;  /**< Exit status, 0 to 255; 0 if a signal ended it. */
+    int32_t nSignal;      /**< Signal that ended it, also at a limit; else 0. */
+    uint64_t nWallTime;   /**< Time from start to end, in nanoseconds. */
     uint64_t nUserTime;   /**< Processor time in user mode, in nanoseconds, with the children that
-                               it waited for. */
-    uint64_t nSystemTime; /**< The same in the kernel. */
-    uint64_t nPeakMemory; /**< Most resident memory in bytes. Linux counts the caller's memory until
-                               the program runs, so there it is known only when above that. */
+                               it reaped. */
+    uint64_t nSystemTime; /**< Processor time in the kernel, in nanoseconds. */
+    uint64_t nPeakMemory; /**< Peak resident memory in bytes. Linux counts the caller's memory until
+                               the program runs, so there it is known only if it is higher. */
 } MIROVAN_COMMAND_RESULT;
 
 /** @brief Bits of nKnown in a MIROVAN_PROCESS_RECORD. */
@@ -406,19 +407,19 @@ enum Mirovan_ProcessKnown
 /** @brief One process, from Mirovan_Process_List() and Mirovan_Process_GetRecord(). */
 typedef struct MIROVAN_PROCESS_RECORD
 {
-    uint32_t nSize;         /**< sizeof(MIROVAN_PROCESS_RECORD), set by the caller of GetRecord. */
-    uint32_t nKnown;        /**< Bits of ::Mirovan_ProcessKnown; fields without theirs are 0. */
+    uint32_t nSize;         /**< sizeof(MIROVAN_PROCESS_RECORD), which the caller sets. */
+    uint32_t nKnown;        /**< ::Mirovan_ProcessKnown bits; unknown fields are 0. */
     int32_t nProcessId;     /**< Process id. */
     int32_t nParentId;      /**< Process id of its parent. */
     uint32_t nUserId;       /**< Effective user id. */
     int32_t nNice;          /**< Nice value, -20 to 20. */
-    int64_t nStartTime;     /**< When it started, nanoseconds since 1970 UTC: with the id it names
-                                 the process, since ids are reused. */
+    int64_t nStartTime;     /**< Start time, nanoseconds since 1970 UTC; with the id it identifies
+                                 a process, since ids are reused. */
     uint64_t nResidentSize; /**< Resident memory in bytes. */
     uint64_t nVirtualSize;  /**< Virtual size in bytes. */
-    uint64_t nUserTime;     /**< Processor time in user mode since its start, in nanoseconds. */
-    uint64_t nSystemTime;   /**< The same in the kernel. */
-    uint64_t nPageFaults;   /**< Page faults since its start. */
+    uint64_t nUserTime;     /**< Processor time in user mode since the start, nanoseconds. */
+    uint64_t nSystemTime;   /**< Processor time in the kernel, in nanoseconds. */
+    uint64_t nPageFaults;   /**< Page faults since the start. */
     uint32_t nThreadCount;  /**< Number of threads. */
     char cState;      /**< R running, S sleeping, D sleeping uninterruptibly, I idle, T stopped,
                                  Z ended and not reaped. */
@@ -447,76 +448,86 @@ extern "C"
      *  @{ */
 
     /**
-     * @brief True when the last operation of the process failed. Read only.
+     * @brief True if the last operation in the process failed. Read-only.
      *
-     * Threads: the library itself never races on it, but it may tell of another thread's operation;
-     * Mirovan_GetThreadError() does not.
+     * Threads: the library never races on it, but it may be about an operation of another thread;
+     * Mirovan_GetThreadError() is not.
      */
     extern MIROVAN_API bool Mirovan_IsErrorOccur;
 
     /**
-     * @brief Code of the last failure of the process; 0 before the first. Read only.
+     * @brief Code of the last failure in the process; 0 before the first. Read-only.
      *
      * Threads: as for ::Mirovan_IsErrorOccur.
      */
     extern MIROVAN_API uint64_t Mirovan_dwErrorCode;
 
     /**
-     * @brief Code of the last failure of the process, whether or not it is current.
+     * @brief Returns the code of the last failure in the process, whether or not it is current.
      *
-     * @param pnSysErrno receives the calling thread's errno as it stands now; may be null.
-     * @return the code, 0 before the first failure. The error state stays as it is.
+     * @param pnSysErrno receives the current errno of the calling thread; may be null.
+     * @return the code, 0 before the first failure. The error state does not change.
      *
-     * Threads: any; the code may be another thread's. From: the error state and errno.
+     * Threads: any; the code may be from another thread. From: the error state and errno.
+     *
+     * @see Mirovan_GetThreadError(), Mirovan_GetErrorText()
      */
     MIROVAN_API uint64_t Mirovan_GetLastError(int* pnSysErrno);
 
     /**
-     * @brief The calling thread's own error state.
+     * @brief Returns the error state of the calling thread.
      *
-     * @param pbErrorOccur receives whether this thread's last operation failed; may be null.
-     * @param pnSysErrno receives the errno of this thread's last failure, 0 before the first; may
-     *                   be null.
-     * @return the code of this thread's last failure, 0 before the first. The error state stays as
-     *         it is.
+     * @param pbErrorOccur receives whether the last operation of this thread failed; may be null.
+     * @param pnSysErrno receives the errno of the last failure of this thread, 0 before the first;
+     *                   may be null.
+     * @return the code of the last failure of this thread, 0 before the first. The error state does
+     *         not change.
      *
-     * Threads: any. From: the thread's error state.
+     * Threads: any. From: the error state of the thread.
+     *
+     * @see Mirovan_GetErrorText(), Mirovan_GetLastError()
      */
     MIROVAN_API uint64_t Mirovan_GetThreadError(bool* pbErrorOccur, int* pnSysErrno);
 
     /**
-     * @brief What an error code means.
+     * @brief Returns the name and the description of an error code.
      *
      * @param dwCode an error code.
-     * @return the constant's name, a colon, a blank and one sentence; never null, also for values
-     *         that are no error code. The text is constant and is not to be freed.
+     * @return the name of the constant, a colon, a space and one sentence; never null, even for a
+     *         value that is not an error code. The string is static and must not be freed.
      *
      * Threads: any. From: ::MIROVAN_ERROR_MAP.
+     *
+     * @see Mirovan_GetThreadError(), Mirovan_GetLastError()
      */
     MIROVAN_API const char* Mirovan_GetErrorText(uint64_t dwCode);
 
     /**
-     * @brief The release of the library in use, such as "1.0.0".
+     * @brief Returns the release of the library in use, such as "1.0.0".
      *
-     * @return the release; never null. The text is constant and is not to be freed.
+     * @return the release; never null. The string is static and must not be freed.
      *
      * Threads: any. From: ::MIROVAN_VERSION when the library was built.
+     *
+     * @see Mirovan_System_GetIdentity() for the release of the operating system
      */
     MIROVAN_API const char* Mirovan_GetVersion(void);
 
     /** @} */
-    /** @name Row tables
+    /** @name Arrays of rows
      *  @{ */
 
     /**
-     * @brief Gives a row table back: all of its rows, then the table.
+     * @brief Releases an array of rows, with all of its rows.
      *
-     * @param pppTable address of the table variable (cast to void***); the variable is set to null.
-     *                 A variable that is null already is left alone.
-     * @param nListCount the count that came with the table.
-     * @return false when pppTable is null, else true. The error state stays as it is.
+     * @param pppTable address of the variable that holds the array (cast to void***); the variable
+     *                 is set to null. If it is null already, nothing happens.
+     * @param nListCount the count that came with the array.
+     * @return false if pppTable is null, else true. The error state does not change.
      *
-     * Threads: any, on different tables. From: the C allocator.
+     * Threads: any, on different arrays. From: the C allocator.
+     *
+     * @see Mirovan_File_EnumFileA(), Mirovan_HardWare_GetDiskNumber()
      */
     MIROVAN_API bool Fundix_Memory_Free(void*** pppTable, int nListCount);
 
@@ -533,6 +544,8 @@ extern "C"
      *         argument; ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND the status cannot be read.
      *
      * Threads: any. From: stat(), access().
+     *
+     * @see Mirovan_File_Walk() for exact times, permissions and symbolic links
      */
     MIROVAN_API bool Mirovan_File_GetFileAttrA(const char* lpszFile,
                                                MIROVAN_FILE_ATTR* pstFileAttr);
@@ -542,10 +555,12 @@ extern "C"
      *
      * @param lpwszFile path, UTF-32; at most 1,023 bytes in UTF-8.
      * @param pstFileAttr record to fill; untouched on failure.
-     * @return as Mirovan_File_GetFileAttrA(); ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND also if the path is
-     *         too long (ENAMETOOLONG) or not valid (EILSEQ).
+     * @return as Mirovan_File_GetFileAttrA(); ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND also if the path
+     *         is too long (ENAMETOOLONG) or not valid (EILSEQ).
      *
      * Threads: any. From: stat(), access().
+     *
+     * @see Mirovan_File_Walk() for exact times, permissions and symbolic links
      */
     MIROVAN_API bool Mirovan_File_GetFileAttrW(const wchar_t* lpwszFile,
                                                MIROVAN_FILE_ATTR* pstFileAttr);
@@ -553,18 +568,21 @@ extern "C"
     /**
      * @brief Writes a buffer to a file and replaces its content; creates missing folders first.
      *
-     * @param lpszFile path of the file, UTF-8, at most 1,023 bytes; a name without a folder is in the
-     *                 current folder.
+     * @param lpszFile path of the file, UTF-8, at most 1,023 bytes; a name without a folder is in
+     *                 the current folder.
      * @param lpszBuffer bytes to write; they may contain null bytes.
      * @param nBufLen number of bytes, 0 or more; with 0 the file becomes empty.
      * @return true if every byte was written and the file was closed without an error. Codes:
      *         ::ERROR_MIROVAN_FILE_SAVE_PARAMETER a null argument or a negative length;
      *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED the folder cannot be created;
-     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is too long, or bytes
-     *         could not be written or were lost when the file was closed (the file is left short). If
-     *         the folder was created, the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after a success.
+     *         ::ERROR_MIROVAN_FILE_SAVE_OPEN the file cannot be opened, the path is too long, or
+     *         bytes could not be written or were lost when the file was closed (the file is left
+     *         short). If the folder was created, the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND
+     *         after a success.
      *
      * Threads: any. From: stat(), mkdir(), open(), write(), close().
+     *
+     * @see Mirovan_File_CreateMutilFolderA(), Mirovan_File_CopyFileA()
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileA(const char* lpszFile, const char* lpszBuffer,
                                                   int nBufLen);
@@ -580,6 +598,8 @@ extern "C"
      *         folder part is not valid (EILSEQ).
      *
      * Threads: any. From: stat(), mkdir(), open(), write(), close().
+     *
+     * @see Mirovan_File_CreateMutilFolderW(), Mirovan_File_CopyFileW()
      */
     MIROVAN_API bool Mirovan_File_SaveBuffToFileW(const wchar_t* lpwszFile, const char* lpszBuffer,
                                                   int nBufLen);
@@ -587,17 +607,17 @@ extern "C"
     /**
      * @brief Lists a folder, or the whole tree below it, as an array of paths.
      *
-     * A path that does not exist and whose last part has an extension is a pattern: the files of the
-     * folder before it are listed whose extension begins with that one, in any case. Nothing else of
-     * the last part counts: "folder/\*.txt" and "folder/missing.txt" both list a.txt, B.TXT and
-     * c.txt2. "x\*" alone is not a pattern, and "folder/x\*" names nothing. After a success with a
-     * pattern the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND.
+     * A path that does not exist and whose last part has an extension is a pattern: the files of
+     * the folder before it are listed whose extension begins with that one, in any case. Nothing
+     * else of the last part counts: "folder/\*.txt" and "folder/missing.txt" both list a.txt, B.TXT
+     * and c.txt2. "x\*" alone is not a pattern, and "folder/x\*" names nothing. After a success
+     * with a pattern the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND.
      *
-     * @param lpszPath a folder, a pattern, or a folder followed by "/\*" for all that is in it; UTF-8,
-     *                 at most 1,023 bytes.
-     * @param pppszFileList receives a null-terminated array of rows of 1,024 bytes, one path each, in
-     *                      the order of the file system; release it with Fundix_Memory_Free(). Null to
-     *                      count only.
+     * @param lpszPath a folder, a pattern, or a folder followed by "/\*" for all that is in it;
+     *                 UTF-8, at most 1,023 bytes.
+     * @param pppszFileList receives a null-terminated array of rows of 1,024 bytes, one path each,
+     *                      in the order of the file system; release it with Fundix_Memory_Free().
+     *                      Null to count only.
      * @param pnFileCount receives the number of paths; may be null.
      * @param bRecurse true for the whole tree (symbolic links are listed and not followed; folders
      *                 named "$RECYCLE.BIN" and "System Volume Information" are left out), false for
@@ -605,15 +625,17 @@ extern "C"
      * @param nListType a ::Mirovan_ListKind; with any other value nothing is listed. A pattern does
      *                  not filter folders.
      * @return true if something was found. Codes: ::ERROR_MIROVAN_FILE_ATTR_PARAMETER a null path;
-     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR the folder does not exist (ENOENT, ENOTDIR), a folder
-     *         cannot be read, with bRecurse the path of a file is not valid UTF-8 (EILSEQ), or memory
-     *         ran out (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing was found, the
-     *         count is 0 and the array null: errno is EACCES or EPERM if a folder could not be read
-     *         for lack of permission, else ENOENT.
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR the folder does not exist (ENOENT, ENOTDIR), a
+     *         folder cannot be read, with bRecurse the path of a file is not valid UTF-8 (EILSEQ),
+     *         or memory ran out (nothing is written); ::ERROR_MIROVAN_FILE_ENUM_EMPTY nothing was
+     *         found, the count is 0 and the array null: errno is EACCES or EPERM if a folder could
+     *         not be read for lack of permission, else ENOENT.
      *
      * Folders that the caller may not read are listed and not entered. Left out are entries whose
      * status cannot be read and paths of 1,024 bytes or more; Mirovan_File_Walk() reports both.
      * Threads: any. From: openat(), readdir(), fstatat().
+     *
+     * @see Mirovan_File_Walk(), Mirovan_File_GetFileAttrA(), Fundix_Memory_Free()
      */
     MIROVAN_API bool Mirovan_File_EnumFileA(const char* lpszPath, char*** pppszFileList,
                                             int* pnFileCount, bool bRecurse, int nListType);
@@ -622,16 +644,18 @@ extern "C"
      * @brief The same as Mirovan_File_EnumFileA() for wide paths, without the trailing "*".
      *
      * @param lpwszPath a folder or a pattern, UTF-32; at most 1,023 bytes in UTF-8.
-     * @param pppwszFileList receives a null-terminated array of rows of 1,024 wide characters; null to
-     *                       count only.
+     * @param pppwszFileList receives a null-terminated array of rows of 1,024 wide characters; null
+     *                       to count only.
      * @param pnFileCount receives the number of paths; may be null.
      * @param bRecurse as in Mirovan_File_EnumFileA().
      * @param nListType as in Mirovan_File_EnumFileA().
      * @return as Mirovan_File_EnumFileA(), except: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null path;
-     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR also, with or without bRecurse, if the name of a folder
-     *         entered or of an entry to list is not valid UTF-8 (EILSEQ).
+     *         ::ERROR_MIROVAN_FILE_ENUM_NOTDIR also, with or without bRecurse, if the name of a
+     *         folder entered or of an entry to list is not valid UTF-8 (EILSEQ).
      *
      * Threads: any. From: openat(), readdir(), fstatat().
+     *
+     * @see Mirovan_File_Walk(), Mirovan_File_GetFileAttrW(), Fundix_Memory_Free()
      */
     MIROVAN_API bool Mirovan_File_EnumFileW(const wchar_t* lpwszPath, wchar_t*** pppwszFileList,
                                             int* pnFileCount, bool bRecurse, int nListType);
@@ -639,13 +663,15 @@ extern "C"
     /**
      * @brief Makes sure that a path exists; creates every missing folder of it.
      *
-     * @param lpszPath path, UTF-8, at most 1,023 bytes; one trailing backslash is dropped. If anything
-     *                 exists there, a file too, that is a success and nothing is done.
-     * @return true if the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null path;
-     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be created or its status cannot be
-     *         read (folders created before the failure remain).
+     * @param lpszPath path, UTF-8, at most 1,023 bytes; one trailing backslash is dropped. If
+     *                 anything exists there, a file too, that is a success and nothing is done.
+     * @return true if the path exists. Codes: ::ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER a null
+     *         path; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED it cannot be created or its status
+     *         cannot be read (folders created before the failure remain).
      *
      * Threads: any. From: stat(), mkdir().
+     *
+     * @see Mirovan_File_DeleteMutilFolderA(), Mirovan_File_SaveBuffToFileA()
      */
     MIROVAN_API bool Mirovan_File_CreateMutilFolderA(const char* lpszPath);
 
@@ -658,24 +684,28 @@ extern "C"
      *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED (ENAMETOOLONG, EILSEQ).
      *
      * Threads: any. From: stat(), mkdir().
+     *
+     * @see Mirovan_File_DeleteMutilFolderW(), Mirovan_File_SaveBuffToFileW()
      */
     MIROVAN_API bool Mirovan_File_CreateMutilFolderW(const wchar_t* lpwszPath);
 
     /**
      * @brief Deletes a folder tree, or all that is in it.
      *
-     * Symbolic links inside the tree are removed and never followed. What cannot be removed is passed
-     * over. If the path names a symbolic link to a folder, with or without a slash behind it, bDelRoot
-     * removes the link alone; without bDelRoot the content of that folder is removed.
+     * Symbolic links inside the tree are removed and never followed. What cannot be removed is
+     * passed over. If the path names a symbolic link to a folder, with or without a slash behind
+     * it, bDelRoot removes the link alone; without bDelRoot the content of that folder is removed.
      *
      * @param lpszPath path of the folder, UTF-8. If it does not exist or is not a folder, that is a
      *                 success and nothing is deleted.
      * @param bDelRoot true to delete the folder too, false to keep it, empty.
-     * @return true if nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null path;
-     *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed; errno is that
-     *         of the first failure (everything else is gone).
+     * @return true if nothing is left. Codes: ::ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER a null
+     *         path; ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED something could not be removed; errno
+     *         is that of the first failure (everything else is gone).
      *
      * Threads: any. From: stat(), openat(), unlinkat().
+     *
+     * @see Mirovan_File_CreateMutilFolderA(), Mirovan_File_Walk()
      */
     MIROVAN_API bool Mirovan_File_DeleteMutilFolderA(const char* lpszPath, bool bDelRoot);
 
@@ -688,6 +718,8 @@ extern "C"
      *         ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED (ENAMETOOLONG, EILSEQ).
      *
      * Threads: any. From: stat(), openat(), unlinkat().
+     *
+     * @see Mirovan_File_CreateMutilFolderW(), Mirovan_File_Walk()
      */
     MIROVAN_API bool Mirovan_File_DeleteMutilFolderW(const wchar_t* lpwszPath, bool bDelRoot);
 
@@ -696,12 +728,14 @@ extern "C"
      *
      * @param lpszFile path of the file, UTF-8; an existing file is replaced. Its folder must exist.
      * @param nFileSize size in bytes, 1 or more.
-     * @return true if the file has that size. Codes: ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER a null path
-     *         or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
+     * @return true if the file has that size. Codes: ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER a null
+     *         path or a size below 1; ::ERROR_MIROVAN_FILE_SPARSE_OPEN the file cannot be opened;
      *         ::ERROR_MIROVAN_FILE_SPARSE_WRITE not all bytes could be written (the file is left
      *         short).
      *
      * Threads: any. From: open(), write(), close().
+     *
+     * @see Mirovan_File_SaveBuffToFileA()
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileA(const char* lpszFile, long long nFileSize);
 
@@ -714,33 +748,37 @@ extern "C"
      *         ::ERROR_MIROVAN_FILE_SPARSE_OPEN (ENAMETOOLONG, EILSEQ).
      *
      * Threads: any. From: open(), write(), close().
+     *
+     * @see Mirovan_File_SaveBuffToFileW()
      */
     MIROVAN_API bool Mirovan_File_CreateSparseFileW(const wchar_t* lpwszFile, long long nFileSize);
 
     /**
-     * @brief Copies the content and the read, write and execute permissions of a file; creates missing
-     * folders first.
+     * @brief Copies the content and the read, write and execute permissions of a file; creates
+     * missing folders first.
      *
-     * The copy belongs to the caller, and set-user-ID and its kin are not copied. Until its content is
-     * complete, a new copy is accessible to its owner alone.
+     * The copy belongs to the caller; set-user-ID, set-group-ID and sticky bits are not copied.
+     * Until its content is complete, a new copy is accessible to its owner alone.
      *
      * @param lpszSrcFile path of a regular file, UTF-8; symbolic links are followed.
-     * @param lpszDstFile path of the copy, UTF-8, at most 1,023 bytes; a name without a folder is in the
-     *                    current folder.
-     * @param bFailIfExists true to fail if anything, a dangling symbolic link included, exists at the
-     *                      destination; false to replace the content of an existing file, whose
+     * @param lpszDstFile path of the copy, UTF-8, at most 1,023 bytes; a name without a folder is
+     *                    in the current folder.
+     * @param bFailIfExists true to fail if anything, a dangling symbolic link included, exists at
+     *                      the destination; false to replace the content of an existing file, whose
      *                      symbolic link is followed.
      * @return true if the copy is complete and was closed without an error. Codes:
-     *         ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null argument; ::ERROR_MIROVAN_FILE_COPY_EXIST the
-     *         destination exists and must not; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its folder
-     *         cannot be created; ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the source does not
-     *         exist or is not a regular file, both are the same file, the destination cannot be written
-     *         or its permissions not be set, or a path is too long (the destination may be left
-     *         incomplete). If the folder was created, the code is ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND
-     *         after a success.
+     *         ::ERROR_MIROVAN_FILE_COPY_PARAMETER a null argument; ::ERROR_MIROVAN_FILE_COPY_EXIST
+     *         the destination exists and must not; ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED its
+     *         folder cannot be created; ::ERROR_MIROVAN_FILE_COPY_FAILED the copy failed: the
+     *         source does not exist or is not a regular file, both are the same file, the
+     *         destination cannot be written or its permissions not be set, or a path is too long
+     *         (the destination may be left incomplete). If the folder was created, the code is
+     *         ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after a success.
      *
      * Threads: any. From: access(), stat(), mkdir(), open(), fcopyfile(), fchmod(); on Linux
      * copy_file_range().
+     *
+     * @see Mirovan_File_SaveBuffToFileA(), Mirovan_File_GetFileAttrA()
      */
     MIROVAN_API bool Mirovan_File_CopyFileA(const char* lpszSrcFile, const char* lpszDstFile,
                                             bool bFailIfExists);
@@ -753,15 +791,17 @@ extern "C"
      * @param bFailIfExists as in Mirovan_File_CopyFileA().
      * @return as Mirovan_File_CopyFileA(); a path that is too long or not valid gives
      *         ::ERROR_MIROVAN_FILE_COPY_FAILED (ENAMETOOLONG, EILSEQ), or
-     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if it is the folder part of the destination that
-     *         is not valid.
+     *         ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if it is the folder part of the destination
+     *         that is not valid.
      *
      * Threads: any. From: as Mirovan_File_CopyFileA().
+     *
+     * @see Mirovan_File_SaveBuffToFileW(), Mirovan_File_GetFileAttrW()
      */
     MIROVAN_API bool Mirovan_File_CopyFileW(const wchar_t* lpwszSrcFile,
                                             const wchar_t* lpwszDstFile, bool bFailIfExists);
 
-    /** @brief What is at a path, without following symbolic links. */
+    /** @brief Kinds of entries, from Mirovan_File_Walk(); symbolic links are not followed. */
     enum Mirovan_FileKind
     {
         MIROVAN_KIND_UNKNOWN = 0, /**< The file system does not report it. */
@@ -771,19 +811,19 @@ extern "C"
         MIROVAN_KIND_OTHER = 4    /**< A device, FIFO or socket. */
     };
 
-    /** @brief Options of a walk; values to combine in MIROVAN_WALK::nFlags. */
+    /** @brief Flags of Mirovan_File_Walk(), to combine in MIROVAN_WALK::nFlags. */
     enum Mirovan_WalkFlag
     {
-        MIROVAN_WALK_STATUS = 1,      /**< Fill the status fields and the target of links. */
+        MIROVAN_WALK_STATUS = 1,      /**< Fill the status fields and the link target. */
         MIROVAN_WALK_SAME_VOLUME = 2, /**< Do not enter folders of other volumes. */
-        MIROVAN_WALK_FOLDERS_LAST = 4 /**< Report each folder after all that is in it. */
+        MIROVAN_WALK_FOLDERS_LAST = 4 /**< Report each folder after its content. */
     };
 
-    /** @brief What the callback of a walk returns. */
+    /** @brief Return values of the callback of Mirovan_File_Walk(). */
     enum Mirovan_WalkNext
     {
-        MIROVAN_WALK_CONTINUE = 0, /**< Go on. */
-        MIROVAN_WALK_SKIP = 1,     /**< Go on, but do not enter this folder. */
+        MIROVAN_WALK_CONTINUE = 0, /**< Continue. */
+        MIROVAN_WALK_SKIP = 1,     /**< Continue, but do not enter this folder. */
         MIROVAN_WALK_STOP = 2      /**< End the walk, which is a success. */
     };
 
@@ -794,7 +834,7 @@ extern "C"
         MIROVAN_WALK_KNOWN_TARGET = 2  /**< lpszLinkTarget. */
     };
 
-    /** @brief Options of Mirovan_File_Walk(). Clear it, then set what you need. */
+    /** @brief Options of Mirovan_File_Walk(). Clear the record, then set nSize. */
     typedef struct MIROVAN_WALK
     {
         uint32_t nSize;          /**< sizeof(MIROVAN_WALK). */
@@ -806,33 +846,33 @@ extern "C"
                                       Folders are entered whatever their names. */
     } MIROVAN_WALK;
 
-    /** @brief An entry that Mirovan_File_Walk() reports. All strings end with the callback. */
+    /** @brief An entry, from Mirovan_File_Walk(). Its strings are valid during the callback. */
     typedef struct MIROVAN_WALK_ENTRY
     {
         uint32_t nSize;         /**< sizeof(MIROVAN_WALK_ENTRY) of the library. */
         uint32_t nKnown;        /**< Values of ::Mirovan_WalkKnown. */
-        const char* lpszPath;   /**< The path given, a slash and the names below it. */
+        const char* lpszPath;   /**< The given path, a slash and the names below it. */
         const char* lpszName;   /**< The last name of lpszPath. */
         int32_t nKind;          /**< A value of ::Mirovan_FileKind. */
-        int32_t nDepth;         /**< 1 for the entries of the folder given, 0 for itself. */
+        int32_t nDepth;         /**< 1 for the entries of the given folder, 0 for itself. */
         int32_t nErrno;         /**< Why the entry, or the content of the folder, cannot be read;
-                                         0 when it can. */
-        uint32_t nPermissions;  /**< Permission bits, set-user-ID and its kin included. */
+                                         0 if it can. */
+        uint32_t nPermissions;  /**< Permission bits, with set-user-ID, set-group-ID and sticky. */
         int64_t nFileSize;      /**< Size in bytes. */
-        int64_t nAllocatedSize; /**< Bytes that it takes on the volume. */
+        int64_t nAllocatedSize; /**< Bytes allocated on the volume. */
         int64_t nModifyTime;    /**< Last modification, nanoseconds since 1970 UTC. */
         int64_t nAccessTime;    /**< Last access, nanoseconds since 1970 UTC. */
         int64_t nStatusTime;    /**< Last change of the status, nanoseconds since 1970 UTC. */
-        uint64_t nDevice;       /**< Number of the device of its volume. */
-        uint64_t nInode;        /**< Number of the file on its volume. */
+        uint64_t nDevice;       /**< Device number of its volume. */
+        uint64_t nInode;        /**< Inode number. */
         uint64_t nLinkCount;    /**< Number of hard links. */
         uint32_t nUserId;       /**< Owner. */
         uint32_t nGroupId;      /**< Group. */
-        const char* lpszLinkTarget; /**< Content of a symbolic link; null when not known. */
+        const char* lpszLinkTarget; /**< Target of a symbolic link; null if unknown. */
     } MIROVAN_WALK_ENTRY;
 
     /**
-     * @brief Reports each entry below a folder to a function, which steers the walk.
+     * @brief Passes each entry below a folder to a function, which controls the walk.
      *
      * A folder is reported before its content, or after it with ::MIROVAN_WALK_FOLDERS_LAST; the
      * order is otherwise that of the file system. Symbolic links are reported and not followed, but
@@ -851,7 +891,7 @@ extern "C"
      *                 during the call. It returns a value of ::Mirovan_WalkNext.
      *                 ::MIROVAN_WALK_SKIP applies to a folder that is reported before its content.
      * @param pContext passed to pfnEntry; may be null.
-     * @return true when the walk ended, or pfnEntry stopped it. Codes:
+     * @return true if the walk ended, or pfnEntry stopped it. Codes:
      *         ::ERROR_MIROVAN_FILE_WALK_PARAMETER a null path or callback, an nSize that is too
      *         small, an unknown flag or a negative depth (EINVAL); ::ERROR_MIROVAN_FILE_WALK_FAILED
      *         the folder cannot be opened (pfnEntry was not called), a folder was moved away during
@@ -859,6 +899,8 @@ extern "C"
      *
      * Threads: any; the callback runs on the calling thread. From: openat(), readdir(), fstatat(),
      * readlinkat(), fnmatch().
+     *
+     * @see Mirovan_File_EnumFileA(), Mirovan_File_GetFileAttrA()
      */
     MIROVAN_API bool Mirovan_File_Walk(const char* lpszPath, const MIROVAN_WALK* pstWalk,
                                        int (*pfnEntry)(const MIROVAN_WALK_ENTRY* pstEntry,
@@ -870,73 +912,83 @@ extern "C"
      *  @{ */
 
     /**
-     * @brief Kind and size of the volume that holds a path.
+     * @brief Returns the file system and the size of the volume that holds a path.
      *
-     * @param lpszPath any existing path on the volume, UTF-8.
-     * @param pstDiskInfo record to fill; nReserved keeps its value.
-     * @param nUnit unit of the sizes, a ::Mirovan_Unit; remainders are dropped.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
+     * @param lpszPath an existing path on the volume, UTF-8.
+     * @param pstDiskInfo record to fill; nReserved is not changed.
+     * @param nUnit unit of the sizes, a ::Mirovan_Unit; sizes are rounded down.
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
      *         argument; ::ERROR_MIROVAN_HARDWARE_DISK_STATFS the volume cannot be read (both leave
-     *         the record untouched); ::ERROR_MIROVAN_HARDWARE_DISK_UNIT another unit (the record is
-     *         filled, in bytes).
+     *         the record untouched); ::ERROR_MIROVAN_HARDWARE_DISK_UNIT an unknown unit (the record
+     *         is filled, in bytes).
      *
-     * Threads: any. From: statfs(); on Linux the kind of file system from /proc/self/mountinfo.
+     * Threads: any. From: statfs(); on Linux the file system from /proc/self/mountinfo.
+     *
+     * @see Mirovan_HardWare_ListVolumes()
      */
     MIROVAN_API bool Mirovan_HardWare_GetDiskInfomation(const char* lpszPath,
                                                         tag_Mirovan_Disk_Information* pstDiskInfo,
                                                         int nUnit);
 
     /**
-     * @brief Names of the writable volumes, as the system's storage report shows them.
+     * @brief Lists the names of the writable volumes in the storage report of the system.
      *
-     * @param pppszDiskList receives the table, rows of 1,024 bytes, one name each, in the report's
-     *                      order; give it back with Fundix_Memory_Free(). Null to count only.
+     * A name is a heading of that report, and not always a path. Mirovan_HardWare_ListVolumes()
+     * returns mount points and sizes, and runs no command.
+     *
+     * @param pppszDiskList receives an array of rows of 1,024 bytes, one name each, in the order of
+     *                      the report; release it with Fundix_Memory_Free(). Null to count only.
      * @param pnDiskCount receives the number of names; 0 is a success.
-     * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
-     *         count, or the report cannot be had or kept in memory; nothing is written then.
+     * @return true if the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null count,
+     *         or the report is unavailable or memory ran out; in these cases nothing is written.
      *
      * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
      * "system_profiler SPStorageDataType".
+     *
+     * @see Mirovan_HardWare_ListVolumes(), Fundix_Memory_Free()
      */
     MIROVAN_API bool Mirovan_HardWare_GetDiskNumber(char*** pppszDiskList, int* pnDiskCount);
 
     /**
-     * @brief Processor, model identifier and processor counts.
+     * @brief Returns the name of the processor, the model identifier and the processor counts.
      *
-     * @param pstCpuInfo record to fill; clear it first, a field that the report lacks keeps its
-     *                   content.
-     * @return true when the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null
-     *         record (untouched), or the report cannot be had (the two counts are filled).
+     * @param pstCpuInfo record to fill. Clear it first: fields that the report lacks are not
+     *                   changed.
+     * @return true if the report was read. Codes: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
+     *         or the report is unavailable (the two counts are filled then).
      *
      * Blocks while the report is made, on macOS for seconds. Threads: any. From: the output of
      * "system_profiler SPHardwareDataType", sysconf(), std::thread::hardware_concurrency().
+     *
+     * @see Mirovan_System_GetIdentity(), Mirovan_System_GetProcessCount()
      */
     MIROVAN_API bool Mirovan_HardWare_GetCpuInfomation(tag_Mirovan_Cpu_Information* pstCpuInfo);
 
     /**
-     * @brief Four identifiers of the machine.
+     * @brief Returns the serial numbers and UUIDs of the machine.
      *
-     * @param pstSerialInfo record to fill; clear it first: what is found is appended to each field,
-     *                      as much as fits. The first of tszSystemSerial, tszPlatformSerial,
+     * @param pstSerialInfo record to fill. Clear it first: each value is appended to its field,
+     *                      truncated to its size. The first of tszSystemSerial, tszPlatformSerial,
      *                      tszVolumeUUID and tszHardwareUUID that begins with "None" or "null", in
      *                      any case, is cleared.
-     * @return true when a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
-     *         or memory ran out. What cannot be found stays empty and is no failure; the flag and
-     *         code are then those that the last of the commands left.
+     * @return true if a record was given. Code: ::ERROR_MIROVAN_HARDWARE_PARAMETER a null record,
+     *         or memory ran out. Missing identifiers are left empty and are not an error; the flag
+     *         and the code are then those of the last command.
      *
-     * Blocks while four commands run, and a fifth on Macs whose registry shows a part of the
-     * platform's number first. Threads: any. From: the outputs of system_profiler and ioreg through
-     * the shell, with grep, head, awk, sed and xxd.
+     * Blocks while a command runs for each identifier; on Macs whose device registry lists another
+     * part of the platform's number first, one more runs. Threads: any. From: the output of
+     * system_profiler and ioreg in a shell, with grep, head, awk, sed and xxd.
+     *
+     * @see Mirovan_HardWare_GetCpuInfomation(), Mirovan_System_GetIdentity()
      */
     MIROVAN_API bool Mirovan_HardWare_GetSerial(tag_Mirovan_SdkSerial_Information* pstSerialInfo);
 
-    /** @brief What Mirovan_HardWare_ListVolumes() lists, and what it asks; any may be combined. */
+    /** @brief Flags of Mirovan_HardWare_ListVolumes(). */
     enum Mirovan_VolumeFlag
     {
-        /** Asks network volumes for their sizes too. A server that does not answer blocks the call. */
+        /** Reads the sizes of network volumes too; blocks if a server does not respond. */
         MIROVAN_VOLUMES_NETWORK_SIZES = 0x1,
-        /** Lists every mount: also those of the kernel itself, and a volume once more for each further
-         *  place where it is mounted. */
+        /** Lists every mount: those of the kernel, and each mount point of a volume, too. */
         MIROVAN_VOLUMES_ALL_MOUNTS = 0x2
     };
 
@@ -960,41 +1012,43 @@ extern "C"
     {
         uint32_t nSize;  /**< Size of the record. */
         uint32_t nKnown; /**< ::Mirovan_VolumeKnown bits; an unknown field is 0 or empty. */
-        char tszMountPoint[1024]; /**< Path of the folder that it is mounted on. */
-        char tszDevice[1024];     /**< Device, or server and path, as it was given to mount. */
+        char tszMountPoint[1024]; /**< Path of its mount point. */
+        char tszDevice[1024];     /**< Device, or server and path, as passed to mount. */
         char tszType[32];         /**< Name of the file system, such as "apfs", "ext4" or "nfs4". */
-        char tszLabel[256];       /**< Name that was given to the volume; unknown if it has none. */
+        char tszLabel[256];       /**< Name of the volume; unknown if it has none. */
         uint64_t nTotal;          /**< Size in bytes. */
         uint64_t nFree;           /**< Free bytes. */
-        uint64_t nAvailable;      /**< Free bytes that an unprivileged user may fill. */
-        bool bReadOnly;           /**< It is mounted for reading alone. */
+        uint64_t nAvailable;      /**< Free bytes available to an unprivileged user. */
+        bool bReadOnly;           /**< It is mounted read-only. */
         bool bRemovable;          /**< Its medium can be removed. */
-        bool bLocal;              /**< It is on this machine, neither a server's nor a program's. */
+        bool bLocal;              /**< It is on a device of this machine. */
     } MIROVAN_VOLUME;
 
     /**
      * @brief Lists the mounted volumes, each once.
      *
-     * Listed are the volume of the root folder, those on block devices and those of servers. Bind
-     * mounts of a volume that is listed, the parts of an overlay, memory file systems and those of
-     * the kernel itself are left out, and on macOS what the Finder hides. A volume that is mounted
-     * several times is shown where the whole of it is mounted first. A network volume is not
-     * touched unless asked for: its sizes are unknown. A mount point of 1,024 bytes or more is left
-     * out.
+     * The list has the volume of the root folder, the volumes on block devices and those of
+     * servers. It leaves out bind mounts of a listed volume, the layers of an overlay, memory and
+     * kernel file systems, and on macOS the volumes that the Finder hides. A volume with several
+     * mount points is listed at the first one that shows all of it. Network volumes are not
+     * accessed unless nFlags asks for it, so their sizes are unknown. Mount points of 1,024 bytes
+     * or more are left out.
      *
      * @param nFlags ::Mirovan_VolumeFlag bits, or 0.
      * @param pfnVolume called for each volume, on the calling thread; returns false to end the
-     *                  listing, which is a success. The record is the library's and valid during
-     *                  the call.
-     * @param pContext passed to pfnVolume as it is; may be null.
-     * @return true when the volumes were listed, or the function ended the listing. Codes:
+     *                  listing, which is a success. The record belongs to the library and is valid
+     *                  during the call.
+     * @param pContext passed to pfnVolume; may be null.
+     * @return true if the volumes were listed, or pfnVolume ended the listing. Codes:
      *         ::ERROR_MIROVAN_HARDWARE_PARAMETER a null function or an unknown flag (EINVAL);
      *         ::ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED the list cannot be read. The function is not
-     *         called then.
+     *         called if the operation fails.
      *
      * Threads: any. From: getfsstat() without waiting, getattrlist(); on Linux
-     * /proc/thread-self/mountinfo, statvfs(), /sys/dev/block and the labels of FS_IOC_GETFSLABEL and
-     * /dev/disk/by-label.
+     * /proc/thread-self/mountinfo, statvfs(), /sys/dev/block and the labels of FS_IOC_GETFSLABEL
+     * and /dev/disk/by-label.
+     *
+     * @see Mirovan_HardWare_GetDiskInfomation()
      */
     MIROVAN_API bool Mirovan_HardWare_ListVolumes(uint32_t nFlags,
                                                   bool (*pfnVolume)(const MIROVAN_VOLUME* pstVolume,
@@ -1006,192 +1060,220 @@ extern "C"
      *  @{ */
 
     /**
-     * @brief Runs a shell command and appends chosen lines of its output to a buffer.
+     * @brief Runs a shell command and appends selected lines of its output to a buffer.
      *
-     * Lines keep their newline. A line of more than 2,047 bytes counts as several lines, of 2,047
-     * bytes and the rest; of a line that contains NUL only the bytes before it are taken.
+     * Lines keep their newline. A line of more than 2,047 bytes counts as several lines: chunks of
+     * 2,047 bytes and the rest. A line that contains a null byte is truncated there.
      *
-     * @param lpszCommand command line for /bin/sh; its standard error goes where the caller's goes.
-     * @param lpszResult buffer that holds a NUL-terminated text, to which the lines are appended.
-     *                   It must have room for all that is selected: use
+     * @param lpszCommand command line for /bin/sh; stderr is inherited.
+     * @param lpszResult buffer that holds a null-terminated string, to which the lines are
+     *                   appended. It must be large enough for the selected lines: use
      *                   Mirovan_Process_ReadCmdLines() for output of unknown length.
-     * @param nLineCount how many lines to take; 0 or less takes all.
-     * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
+     * @param nLineCount number of lines to take; 0 or less for all.
+     * @param nStartLine number of the first line to take, from 1; 1 or less for the first.
      * @param pnResultLen receives the number of bytes appended; may be null; untouched on failure.
-     * @return true when the command was started and its output read, whatever it printed and
-     *         however it ended. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null command or buffer;
-     *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output not be read.
-     *         The buffer holds its earlier text on failure.
+     * @return true if the command was started and its output read, whatever it printed and however
+     *         it ended. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null command or buffer;
+     *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output cannot be
+     *         read. On failure the buffer holds the string that it held before.
      *
-     * The command runs as it is given, with the caller's environment; one that begins with a hyphen
-     * is a command like any other. Blocks until the selection is complete, or the output at its
-     * end, and the shell has ended. Threads: any. From: posix_spawn() of /bin/sh, a pipe.
+     * The command runs as given, with the caller's environment; it may begin with a hyphen. Blocks
+     * until the selected lines have been read, or the output has ended, and the shell has ended.
+     * Mirovan_Process_Execute() also returns the exit status, and every byte of the output.
+     * Threads: any. From: posix_spawn() of /bin/sh, a pipe.
+     *
+     * @see Mirovan_Process_ReadCmdLines(), Mirovan_Process_Execute()
      */
     MIROVAN_API bool Mirovan_Process_ReadCmdReturn(const char* lpszCommand, char* lpszResult,
                                                    int nLineCount, int nStartLine,
                                                    int* pnResultLen);
 
     /**
-     * @brief Runs a shell command and hands chosen lines of its output to a function.
+     * @brief Runs a shell command and passes selected lines of its output to a function.
      *
-     * The selection is that of Mirovan_Process_ReadCmdReturn(), without a buffer to size.
+     * It selects lines as Mirovan_Process_ReadCmdReturn() does, and needs no buffer.
      *
-     * @param lpszCommand command line for /bin/sh.
-     * @param nLineCount how many lines to take; 0 or less takes all.
-     * @param nStartLine number of the first line to take, from 1; 1 or less starts with the first.
-     * @param pfnPiece called for each line, or piece of one, with its NUL-terminated text of at
-     *                 most 2,047 bytes, its length, and pContext. The text is valid during the
-     *                 call. It returns false to stop, which is a success.
-     * @param pContext handed to pfnPiece; may be null.
+     * @param lpszCommand command line for /bin/sh; stderr is inherited.
+     * @param nLineCount number of lines to take; 0 or less for all.
+     * @param nStartLine number of the first line to take, from 1; 1 or less for the first.
+     * @param pfnPiece called for each line, or chunk of a long line, with a null-terminated string
+     *                 of at most 2,047 bytes, its length, and pContext. The string is valid during
+     *                 the call. It returns false to stop, which is a success.
+     * @param pContext passed to pfnPiece; may be null.
      * @return as Mirovan_Process_ReadCmdReturn(): ::ERROR_MIROVAN_PROCESS_PARAMETER a null command
      *         or function; ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started or its output
-     *         not be read (the function may have been called before).
+     *         cannot be read (the function may have been called before).
      *
-     * Failures of operations that pfnPiece calls do not count: after a true result the error flag
-     * is clear. Threads: any; the function is called on the calling thread. From: posix_spawn() of
-     * /bin/sh, a pipe.
+     * Failures of operations that pfnPiece calls do not count: if the result is true, the error
+     * flag is clear. Threads: any; the function is called on the calling thread. From:
+     * posix_spawn() of /bin/sh, a pipe.
+     *
+     * @see Mirovan_Process_ReadCmdReturn(), Mirovan_Process_Execute()
      */
     MIROVAN_API bool Mirovan_Process_ReadCmdLines(
         const char* lpszCommand, int nLineCount, int nStartLine,
         bool (*pfnPiece)(const char* lpszPiece, int nPieceLen, void* pContext), void* pContext);
 
     /**
-     * @brief A snapshot of one process.
+     * @brief Returns a snapshot of one process.
+     *
+     * Mirovan_Process_GetRecord() returns exact values, and marks each field as known or unknown.
      *
      * @param pstProcessInfo record to fill. nProcessId is set first, also on failure.
-     * @param lpszProcessName name to store in the record, or null to store the system's short name.
-     * @param nPid process id. 0 is not replaced here by the calling process; give getpid().
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     * @param lpszProcessName name to store in the record, or null to store the short name of the
+     *                        process.
+     * @param nPid process id. 0 does not stand for the calling process here; use getpid().
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         record; ::ERROR_MIROVAN_PROCESS_INFO_FAILED the process cannot be read (only
-     *         nProcessId is written), or its user has no account (only tszUserName is not written).
+     *         nProcessId is written), or its user has no account (tszUserName alone is not
+     *         written).
      *
-     * Of another user's process macOS shows name, user and state alone, unless to root: the other
-     * fields are 0 then. Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, else sysctl()
-     * KERN_PROC_PID; getpwuid_r(), whose answer a thread uses again for up to a second; on Linux
-     * /proc.
+     * For processes of other users macOS reports only name, user and state, except to root; the
+     * other fields are 0. Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, else
+     * sysctl() KERN_PROC_PID; getpwuid_r(), whose result each thread reuses for up to a second; on
+     * Linux /proc.
+     *
+     * @see Mirovan_Process_GetRecord(), Mirovan_Process_List()
      */
     MIROVAN_API bool Mirovan_Process_GetProcessInfo(tag_Mirovan_Process_Infomation* pstProcessInfo,
                                                     const char* lpszProcessName, int nPid);
 
     /**
-     * @brief The processor usage figure of a process, in thousandths of a processor.
+     * @brief Returns the processor usage of a process in thousandths of a processor.
      *
-     * It is the sum over its threads; on Linux the share over the whole life of the process, of all
-     * its threads together.
+     * The value is the sum over its threads; on Linux it is the average over the lifetime of the
+     * process. For the usage in an interval, read nUserTime and nSystemTime of
+     * Mirovan_Process_GetRecord() at its start and at its end.
      *
-     * @param pnCpuUsage receives the figure; untouched on failure.
-     * @param nPid process id; 0 is the calling process.
-     * @return true when the figure was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
-     *         output; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
+     * @param pnCpuUsage receives the usage; untouched on failure.
+     * @param nPid process id; 0 for the calling process.
+     * @return true if the usage was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read.
      *
      * Threads: any. From: proc_pidinfo() with PROC_PIDTHREADINFO and PROC_PIDLISTTHREADS, which
-     * macOS answers for processes of other users to root alone; on Linux /proc.
+     * macOS allows only root to use on processes of other users; on Linux /proc.
+     *
+     * @see Mirovan_Process_GetRecord(), Mirovan_System_GetProcessorTimes()
      */
     MIROVAN_API bool Mirovan_Process_GetProcessCpuUsage(int* pnCpuUsage, int nPid);
 
     /**
-     * @brief When a process started, in local time.
+     * @brief Returns the start time of a process in local time.
      *
      * @param pstLibTime record to fill; untouched on failure.
-     * @param nPid process id; 0 is the calling process.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     * @param nPid process id; 0 for the calling process.
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         record; ::ERROR_MIROVAN_PROCESS_ACCESS the process cannot be read;
-     *         ::ERROR_MIROVAN_PROCESS_UPTIME_TIME no local time for it.
+     *         ::ERROR_MIROVAN_PROCESS_UPTIME_TIME the time cannot be expressed in local time.
      *
      * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO, else sysctl() KERN_PROC_PID;
      * localtime_r(); on Linux /proc.
+     *
+     * @see Mirovan_Process_GetRecord() for UTC in nanoseconds, Mirovan_System_GetUpTime()
      */
     MIROVAN_API bool Mirovan_Process_GetUpTime(TARVELO_LIBTIME* pstLibTime, int nPid);
 
     /**
-     * @brief Full path of the program that a process runs.
+     * @brief Returns the full path of the program that a process runs.
      *
      * @param lpszProcessPath buffer of 1,024 bytes.
-     * @param nPid process id; 0 is the calling process.
-     * @return true when the path was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null buffer;
+     * @param nPid process id; 0 for the calling process.
+     * @return true if the path was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null buffer;
      *         ::ERROR_MIROVAN_PROCESS_GET_FAILED the path cannot be read.
      *
      * Threads: any. From: proc_pidpath(); on Linux /proc.
+     *
+     * @see Mirovan_Process_GetRecord(), Mirovan_Process_GetProcessInfo()
      */
     MIROVAN_API bool Mirovan_Process_GetPath(char* lpszProcessPath, int nPid);
 
     /**
-     * @brief Whether the calling process runs as the superuser.
+     * @brief Returns whether the calling process runs as root.
      *
-     * @return true when the effective user id is 0. It cannot fail: false is an answer.
+     * @return true if the effective user id is 0. It cannot fail: false is not an error.
      *
      * Threads: any. From: geteuid().
+     *
+     * @see Mirovan_System_GetSysName()
      */
     MIROVAN_API bool Mirovan_Process_IsAdmin(void);
 
     /**
-     * @brief Priority (nice value) of a process.
+     * @brief Returns the priority (nice value) of a process.
      *
      * @param pnPriority receives the value, -20 to 20; untouched on failure.
-     * @param nPid process id; 0 is the calling process.
-     * @return true when the value was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
-     *         ::ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED no such process.
+     * @param nPid process id; 0 for the calling process.
+     * @return true if the value was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED there is no such process.
      *
      * Threads: any. From: getpriority().
+     *
+     * @see Mirovan_Process_SetPriority(), Mirovan_Process_GetRecord()
      */
     MIROVAN_API bool Mirovan_Process_GetPriority(int* pnPriority, int nPid);
 
     /**
      * @brief Sets the priority (nice value) of a process.
      *
-     * @param nPriority -20 (first) to 20 (last).
-     * @param nPid process id; 0 is the calling process.
-     * @return true when the value was set. Codes: ::ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE a value
-     *         outside the range; ::ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED no such process, or not
-     *         permitted.
+     * @param nPriority -20 (scheduled first) to 20 (scheduled last).
+     * @param nPid process id; 0 for the calling process.
+     * @return true if the value was set. Codes: ::ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE a value
+     *         outside the range; ::ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED there is no such
+     *         process, or it is not permitted.
      *
      * Threads: any. From: setpriority(); on Linux for each thread of the process.
+     *
+     * @see Mirovan_Process_GetPriority()
      */
     MIROVAN_API bool Mirovan_Process_SetPriority(int nPriority, int nPid);
 
     /**
-     * @brief Interrupts a process (SIGINT) and, when it is a child of the caller, waits for its
-     * end.
+     * @brief Interrupts a process (SIGINT) and, if it is a child of the caller, waits until it
+     * ends.
      *
-     * A child that ignores SIGINT keeps the call waiting until it ends by itself.
+     * If a child ignores SIGINT, the call blocks until the child ends by itself.
      *
-     * @param lpszProcessName a grep pattern; the first process whose line in "ps -aux" matches is
-     *                        taken (on macOS the busiest one, as ps sorts by CPU usage there),
-     *                        lines that contain "grep" left out. At most 974 bytes; an empty
-     *                        text matches nothing. Characters beyond ASCII are seen only when the
-     *                        environment names a UTF-8 locale, as ps prints them only then. Null to
-     *                        name the process by nPid.
-     * @param nPid process id, above 0; read only when lpszProcessName is null.
-     * @param bIgnoreChild true to ignore SIGCHLD in the whole process during the call; it is left
-     *                     at its default afterwards, whatever it was before.
-     * @return true when the signal was sent. Codes: ::ERROR_MIROVAN_PROCESS_STOP_FIND the lookup
-     *         cannot be run, or the name is too long; ::ERROR_MIROVAN_PROCESS_NOTFOUND no process
-     *         matches; ::ERROR_MIROVAN_PROCESS_ACCESS not permitted;
-     *         ::ERROR_MIROVAN_PROCESS_STOP_KILL no such process, or an id of 0 or below (errno
-     *         EINVAL, and no signal is sent).
+     * @param lpszProcessName a grep pattern, at most 974 bytes: the first process whose line in "ps
+     *                        -aux" matches is interrupted (on macOS, where ps sorts by processor
+     *                        usage, the busiest one). Lines that contain "grep" are left out; an
+     *                        empty string matches nothing. Characters beyond ASCII match only if
+     *                        the environment sets a UTF-8 locale, since ps prints them only then.
+     *                        Null to select the process by nPid.
+     * @param nPid process id, above 0; used only if lpszProcessName is null.
+     * @param bIgnoreChild true to ignore SIGCHLD process-wide during the call; its action is the
+     *                     default afterwards, whatever it was before.
+     * @return true if the signal was sent. Codes: ::ERROR_MIROVAN_PROCESS_STOP_FIND the command
+     *         that finds the process cannot be run, or the name is too long;
+     *         ::ERROR_MIROVAN_PROCESS_NOTFOUND no process matches; ::ERROR_MIROVAN_PROCESS_ACCESS
+     *         not permitted; ::ERROR_MIROVAN_PROCESS_STOP_KILL there is no such process, or the id
+     *         is 0 or below (errno EINVAL, no signal is sent).
      *
-     * Threads: any without bIgnoreChild; with it, other threads see SIGCHLD ignored. From: kill(),
-     * waitpid(), and ps, grep and awk through the shell.
+     * Threads: any without bIgnoreChild; with it, SIGCHLD is ignored for other threads too. From:
+     * kill(), waitpid(), and ps, grep and awk in a shell.
+     *
+     * @see Mirovan_Process_List() to find a process without a shell, Mirovan_Process_Wait()
      */
     MIROVAN_API bool Mirovan_Process_Stop(const char* lpszProcessName, int nPid, bool bIgnoreChild);
 
     /**
      * @brief Starts a program with arguments and an empty environment; does not wait for it.
      *
-     * The caller waits for it (waitpid()), or ignores SIGCHLD, or it stays as a zombie when it
-     * ends.
+     * The caller must reap the child with Mirovan_Process_Wait() or waitpid(), or ignore SIGCHLD.
      *
      * @param pnPid receives the process id; untouched on failure.
      * @param lpszProcessPath path of the program, UTF-8, at most 1,023 bytes; PATH is not searched.
      *                        Its last part becomes argument zero.
-     * @param lpszArgs further arguments, separated by blanks, at most 1,023 bytes; quotes and tabs
-     *                 have no meaning. May be null.
-     * @param bOption not read.
-     * @return true when the program was started. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
-     *         output or path; ::ERROR_MIROVAN_PROCESS_EXEC it cannot be started, or a text is too
-     *         long.
+     * @param lpszArgs further arguments, separated by spaces, at most 1,023 bytes; quotes and tabs
+     *                 have no special meaning. May be null.
+     * @param bOption ignored.
+     * @return true if the program was started. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     *         output or path; ::ERROR_MIROVAN_PROCESS_EXEC the program cannot be started, or a
+     *         string is too long.
      *
      * Threads: any. From: posix_spawn().
+     *
+     * @see Mirovan_Process_Wait(), Mirovan_Process_Execute() for an argument array and an
+     *      environment, Mirovan_Process_RunProcess()
      */
     MIROVAN_API bool Mirovan_Process_CreateProcess(unsigned long* pnPid,
                                                    const char* lpszProcessPath,
@@ -1201,100 +1283,114 @@ extern "C"
      * @brief Starts a program with one or two arguments and the caller's environment; does not
      * wait.
      *
-     * A program that cannot be executed is not reported here: its process ends with status 127. The
-     * caller waits for the process, or ignores SIGCHLD, or it stays as a zombie when it ends.
+     * A program that cannot be executed is not reported as a failure: its process exits with status
+     * 127. The caller must reap the child with Mirovan_Process_Wait() or waitpid(), or ignore
+     * SIGCHLD.
      *
      * @param pnPid receives the process id; untouched on failure.
      * @param lpszProcessPath path of the program; PATH is not searched.
      * @param lpszArg0 argument zero of the program.
      * @param lpszArg1 first argument of the program; may be null.
-     * @param bOption not read.
-     * @return true when the process was created. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     * @param bOption ignored.
+     * @return true if the process was created. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         output, path or lpszArg0; ::ERROR_MIROVAN_PROCESS_FORK the process cannot be created.
      *
-     * Threads: any. From: process creation that shares memory until the program starts, execl().
+     * Threads: any. From: a child process that shares memory until the program starts, execl().
+     *
+     * @see Mirovan_Process_Wait(), Mirovan_Process_Execute() to learn why a program cannot be
+     *      started, Mirovan_Process_CreateProcess()
      */
     MIROVAN_API bool Mirovan_Process_RunProcess(unsigned long* pnPid, const char* lpszProcessPath,
                                                 const char* lpszArg0, const char* lpszArg1,
                                                 bool bOption);
 
     /**
-     * @brief Sets the affinity tag of a thread; threads of one tag are asked to share a cache.
+     * @brief Sets the affinity tag of a thread; the scheduler tries to run threads of one tag on
+     * processors that share a cache.
      *
      * @param hThread a live thread of this process.
-     * @param nCpuTag the tag, of which the low 32 bits count; 0 is no affinity.
-     * @return true when the tag was set. Code: ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED it was not:
-     *         errno EINVAL when the handle is seen to be none of a live thread.
+     * @param nCpuTag the tag, of which the low 32 bits are used; 0 for no affinity.
+     * @return true if the tag was set. Code: ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED the tag cannot
+     *         be set; errno is EINVAL if the handle is found not to be that of a live thread.
      *
      * Threads: any, on any thread of the process. From: thread_policy_set() with
-     * THREAD_AFFINITY_POLICY; on Linux the tag is kept with the thread.
+     * THREAD_AFFINITY_POLICY; on Linux the tag is stored with the thread, and the scheduler does
+     * not use it.
+     *
+     * @see Mirovan_Process_GetProcessForCpu()
      */
     MIROVAN_API bool Mirovan_Process_SetProcessForCpu(pthread_t hThread, unsigned long nCpuTag);
 
     /**
-     * @brief Reads the affinity tag of a thread.
+     * @brief Returns the affinity tag of a thread.
      *
      * @param hThread a live thread of this process.
-     * @param pnCpuTag receives the tag, widened with its sign; untouched on failure.
-     * @return true when the tag was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
-     *         ::ERROR_MIROVAN_PROCESS_GET_FAILED it cannot be read.
+     * @param pnCpuTag receives the tag, sign-extended; untouched on failure.
+     * @return true if the tag was read. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null output;
+     *         ::ERROR_MIROVAN_PROCESS_GET_FAILED the tag cannot be read.
      *
      * Threads: any, on any thread of the process. From: thread_policy_get() with
-     * THREAD_AFFINITY_POLICY; on Linux the tag kept with the thread.
+     * THREAD_AFFINITY_POLICY; on Linux the tag stored with the thread.
+     *
+     * @see Mirovan_Process_SetProcessForCpu()
      */
     MIROVAN_API bool Mirovan_Process_GetProcessForCpu(pthread_t hThread, unsigned long* pnCpuTag);
 
     /**
-     * @brief Runs a program or a shell command line and waits for it, with its output to functions
-     * of the caller.
+     * @brief Runs a program or a shell command line, passes its output to functions of the caller
+     * and waits for it.
      *
-     * The command leads a process group of its own, inherits the standard streams and no other
-     * file descriptor, and has the caller's signal mask. Output and errors are passed on as they
-     * come, byte for byte. The call returns when the command itself has ended and all that it had
-     * written has been passed on, even if a process that it left in the background still holds
-     * its pipes. No signal setting of the process is changed and none is needed: SIGCHLD may be
-     * ignored or handled, and input that the command does not read raises no SIGPIPE.
+     * The command leads its own process group, inherits the standard streams and no other file
+     * descriptor, and has the caller's signal mask. Output and errors are passed on byte for byte
+     * as they arrive. The call returns when the command itself has ended and all of its output has
+     * been passed on, even if a background process that it left still holds its pipes. The signal
+     * settings of the process are not changed: SIGCHLD may be ignored or handled, and input that
+     * the command does not read causes no SIGPIPE.
      *
-     * When the limit is over, a function returns false or nStopDescriptor becomes readable, SIGTERM
-     * goes to the process group, and SIGKILL after the grace; when the command has ended, what is
-     * left of the group is killed.
+     * At the limit, or if a function returns false or nStopDescriptor becomes readable, the process
+     * group receives SIGTERM and, after the grace period, SIGKILL. When the command has ended, the
+     * remaining processes of the group are killed.
      *
-     * @param pstCommand what to run and how; nSize is set by the caller.
-     * @param pstResult receives how the command ended; nSize is set by the caller. Untouched on
-     *                  failure.
-     * @return true when the command was run, however it ended. Codes:
-     *         ::ERROR_MIROVAN_PROCESS_PARAMETER a null record, an nSize that is too small, not
-     *         exactly one of ppszArguments and lpszShellLine, an unknown flag, a negative limit, a
+     * @param pstCommand the command and its options; the caller sets nSize.
+     * @param pstResult receives how the command ended; the caller sets nSize. Untouched on failure.
+     * @return true if the command was run, however it ended. Codes:
+     *         ::ERROR_MIROVAN_PROCESS_PARAMETER a null record, an nSize that is too small, both or
+     *         neither of ppszArguments and lpszShellLine, an unknown flag, a negative limit, a
      *         length without input, or pfnErrors together with ::MIROVAN_COMMAND_MERGE;
      *         ::ERROR_MIROVAN_PROCESS_EXECUTE_FAILED the program cannot be started (ENOENT: there
      *         is no such program or folder), or a pipe to it failed and it was ended.
      *
-     * Blocks until the command has ended. A function of the caller is called on the calling
-     * thread; while it runs, limits are not looked at. Failures of operations that it calls do not
-     * count: after a true result the error flag is clear. Threads: any. From: posix_spawn(), a pipe
-     * per stream, poll(), wait4(); kqueue, on Linux pidfd_open(). How a child ended that somebody
-     * else reaped, or that SIGCHLD being ignored discarded, comes from kqueue, on Linux from the
-     * kernel since 6.15; before that it is ::MIROVAN_END_UNKNOWN.
+     * Blocks until the command has ended. The functions are called on the calling thread; limits
+     * are not checked while one runs. Failures of operations that they call do not count: if the
+     * result is true, the error flag is clear. Threads: any. From: posix_spawn(), a pipe for each
+     * stream, poll(), wait4(); kqueue, on Linux pidfd_open(). If another thread reaps the child, or
+     * ignoring SIGCHLD discards its status, how it ended comes from kqueue, and on Linux from the
+     * kernel since 6.15; on older kernels it is ::MIROVAN_END_UNKNOWN.
+     *
+     * @see Mirovan_Process_CreateProcess() to start a program without waiting,
+     *      Mirovan_Process_ReadCmdLines(), Mirovan_Process_Wait()
      */
     MIROVAN_API bool Mirovan_Process_Execute(const MIROVAN_COMMAND* pstCommand,
                                              MIROVAN_COMMAND_RESULT* pstResult);
 
     /**
-     * @brief Waits for a child that was started with Mirovan_Process_CreateProcess() or
-     * Mirovan_Process_RunProcess(), and reaps it.
+     * @brief Waits for a child that Mirovan_Process_CreateProcess() or Mirovan_Process_RunProcess()
+     * started, and reaps it.
      *
      * @param nPid process id of the child, above 0.
-     * @param nLimitMs how long to wait at most, in milliseconds; 0 only looks, below 0 waits for as
-     *                 long as it takes.
-     * @param pstResult receives how the child ended, or ::MIROVAN_END_RUNNING when it has not; its
-     *                  wall time is unknown. nSize is set by the caller. Untouched on failure.
-     * @return true when the child has ended or the limit is over. Codes:
+     * @param nLimitMs longest time to wait, in milliseconds; 0 returns at once, below 0 waits
+     *                 without limit.
+     * @param pstResult receives how the child ended, or ::MIROVAN_END_RUNNING if it still runs; its
+     *                  wall time is unknown. The caller sets nSize. Untouched on failure.
+     * @return true if the child has ended or the limit is over. Codes:
      *         ::ERROR_MIROVAN_PROCESS_PARAMETER an id of 0 or below, a null record, or an nSize
      *         that is too small; ::ERROR_MIROVAN_PROCESS_WAIT_FAILED it is not a child of the
      *         caller, or has been reaped already (errno ECHILD).
      *
-     * Threads: any; of several that wait for the same child, one learns how it ended. From:
+     * Threads: any; if several wait for the same child, one of them receives how it ended. From:
      * wait4(), kqueue; on Linux pidfd_open().
+     *
+     * @see Mirovan_Process_CreateProcess(), Mirovan_Process_RunProcess(), Mirovan_Process_Execute()
      */
     MIROVAN_API bool Mirovan_Process_Wait(int nPid, int64_t nLimitMs,
                                           MIROVAN_COMMAND_RESULT* pstResult);
@@ -1302,36 +1398,40 @@ extern "C"
     /**
      * @brief Passes a record of each process to a function.
      *
-     * A process that ends meanwhile is left out. One that the system does not let the caller look
-     * into comes with fewer known fields.
+     * Processes that end meanwhile are left out. For processes that the caller may not inspect,
+     * fewer fields are known.
      *
      * @param pfnProcess called for each process with its record, which is valid during the call,
      *                   and pContext. It returns false to end the listing, which is a success.
      * @param pContext passed to pfnProcess; may be null.
-     * @return true when the processes were listed. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
+     * @return true if the processes were listed. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null
      *         function; ::ERROR_MIROVAN_PROCESS_LIST_FAILED the processes cannot be listed.
      *
-     * Failures of operations that pfnProcess calls do not count: after a true result the error flag
-     * is clear. Threads: any; the function is called on the calling thread. From:
-     * proc_listallpids() and what Mirovan_Process_GetRecord() asks; on Linux /proc.
+     * Failures of operations that pfnProcess calls do not count: if the result is true, the error
+     * flag is clear. Threads: any; the function is called on the calling thread. From:
+     * proc_listallpids() and the sources of Mirovan_Process_GetRecord(); on Linux /proc.
+     *
+     * @see Mirovan_Process_GetRecord()
      */
     MIROVAN_API bool Mirovan_Process_List(
         bool (*pfnProcess)(const MIROVAN_PROCESS_RECORD* pstRecord, void* pContext),
         void* pContext);
 
     /**
-     * @brief The record of one process: exact, and with each field marked as known or not.
+     * @brief Returns the record of one process, with exact values and each field marked as known or
+     * unknown.
      *
-     * @param nPid process id; 0 is the calling process.
-     * @param pstRecord record to fill; nSize is set by the caller. Untouched on failure.
-     * @return true when the process exists. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null record,
+     * @param nPid process id; 0 for the calling process.
+     * @param pstRecord record to fill; the caller sets nSize. Untouched on failure.
+     * @return true if the process exists. Codes: ::ERROR_MIROVAN_PROCESS_PARAMETER a null record,
      *         or an nSize that is too small; ::ERROR_MIROVAN_PROCESS_RECORD_FAILED there is no such
      *         process (errno ESRCH), or it cannot be read.
      *
-     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO; of another user's process, which
-     * macOS shows to root alone, id, parent, user, name, state, nice value and start time from
-     * sysctl() KERN_PROC_PID. On Linux /proc/PID/stat, whose times have the unit of the clock tick
-     * (10 ms).
+     * Threads: any. From: proc_pidinfo() with PROC_PIDTASKALLINFO; for processes of other users,
+     * which macOS lets only root inspect, id, parent, user, name, state, nice value and start time
+     * from sysctl() KERN_PROC_PID. On Linux /proc/PID/stat, whose times count clock ticks (10 ms).
+     *
+     * @see Mirovan_Process_List(), Mirovan_Process_GetPath()
      */
     MIROVAN_API bool Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord);
 
@@ -1340,146 +1440,182 @@ extern "C"
      *  @{ */
 
     /**
-     * @brief Name and release of the operating system.
+     * @brief Returns the name and the release of the operating system's kernel.
      *
-     * @param lpszSysName buffer of 256 bytes for the system's name.
+     * Mirovan_System_GetIdentity() also returns the name and version of the system itself, such as
+     * "macOS" and "13.6.1".
+     *
+     * @param lpszSysName buffer of 256 bytes for the name of the system.
      * @param lpszSysVersion buffer of 256 bytes for the kernel release.
      * @param lpszSysCodeName buffer of 8 bytes; receives "ventura".
      * @param pnSysType receives 2.
-     * @param lpszSysRelease buffer of 256 bytes for the kernel release once more; may be null.
-     * @return true when all was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER one of the first
-     *         four is null; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the system does not tell. Nothing
-     *         is written on failure.
+     * @param lpszSysRelease buffer of 256 bytes, which also receives the kernel release; may be
+     *                       null.
+     * @return true if all outputs were filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER one of the
+     *         first four arguments is null; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the system does not
+     *         report it. On failure nothing is written.
      *
      * Threads: any. From: uname().
+     *
+     * @see Mirovan_System_GetIdentity()
      */
     MIROVAN_API bool Mirovan_System_GetSystemVer(char* lpszSysName, char* lpszSysVersion,
                                                  char* lpszSysCodeName, unsigned long* pnSysType,
                                                  char* lpszSysRelease);
 
     /**
-     * @brief Physical memory, its free part and the free share.
+     * @brief Returns the size of the physical memory, and how much of it is free.
      *
-     * @param pstMemoryInfo record to fill; what cannot be read keeps its content.
-     * @param nUnit unit of the sizes, a ::Mirovan_Unit; any other value means bytes. Remainders are
-     *              dropped.
-     * @return true when a record was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record.
+     * Free memory is memory without content; Mirovan_System_GetMemoryRecord() also returns what
+     * programs can still use.
      *
-     * macOS answers a program that asks more than a few times a second from a copy, which is up to
-     * one second old. Threads: any. From: sysctl() HW_MEMSIZE, host_statistics() HOST_VM_INFO; on
-     * Linux sysinfo() and MemFree of /proc/meminfo.
+     * @param pstMemoryInfo record to fill; values that cannot be read are not changed.
+     * @param nUnit unit of the sizes, a ::Mirovan_Unit; any other value stands for bytes. Sizes are
+     *              rounded down.
+     * @return true if a record was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record.
+     *
+     * If a program asks more than a few times a second, macOS returns values that are up to one
+     * second old. Threads: any. From: sysctl() HW_MEMSIZE, host_statistics() HOST_VM_INFO; on Linux
+     * sysinfo() and MemFree of /proc/meminfo.
+     *
+     * @see Mirovan_System_GetMemoryRecord()
      */
     MIROVAN_API bool Mirovan_System_GetMemoryUsage(tag_Mirovan_Memory_Infomation* pstMemoryInfo,
                                                    int nUnit);
 
     /**
-     * @brief Processor load of all processes together, in percent of one processor.
+     * @brief Returns the processor load of all processes together, in percent of one processor.
      *
-     * @param pnCpuUsage receives the load, cut off to a whole number; it may exceed 100. Untouched
-     *                   on failure.
-     * @return true when the load was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output;
+     * The load is an average over the lifetime of each process, as ps reports it. For the load in
+     * an interval, use Mirovan_System_GetProcessorTimes().
+     *
+     * @param pnCpuUsage receives the load, rounded down; it may exceed 100. Untouched on failure.
+     * @return true if the load was read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output;
      *         ::ERROR_MIROVAN_PROCESS_ACCESS the shell cannot be started.
      *
-     * Blocks while the command runs. Threads: any. From: ps and awk through the shell.
+     * Blocks while the command runs. Threads: any. From: ps and awk in a shell.
+     *
+     * @see Mirovan_System_GetProcessorTimes(), Mirovan_Process_GetProcessCpuUsage()
      */
     MIROVAN_API bool Mirovan_System_GetCpuUsage(int* pnCpuUsage);
 
     /**
-     * @brief When the system started, in local time.
+     * @brief Returns the start time of the system in local time.
      *
      * @param pstLibTime record to fill; untouched on failure.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null
-     *         record; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED no local time for it.
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record;
+     *         ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the time cannot be expressed in local time.
      *
-     * Threads: any. From: time(), the clock that counts from the system's start, localtime_r().
+     * Threads: any. From: time(), the clock that counts from the start of the system,
+     * localtime_r().
+     *
+     * @see Mirovan_System_GetIdentity() for UTC in nanoseconds, Mirovan_Process_GetUpTime()
      */
     MIROVAN_API bool Mirovan_System_GetUpTime(TARVELO_LIBTIME* pstLibTime);
 
     /**
-     * @brief Number of processors.
+     * @brief Returns the number of processors.
      *
-     * @param pnProcessCount receives the number of processors that are available, or of all when
-     *                       the system does not tell the first; 0 when it tells neither.
-     * @return true when an output was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output.
+     * @param pnProcessCount receives the number of available processors; if that is unknown, the
+     *                       number of all processors; 0 if both are unknown.
+     * @return true if an output was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null output.
      *
      * Threads: any. From: sysctl() HW_AVAILCPU, then HW_NCPU.
+     *
+     * @see Mirovan_System_GetIdentity() for the processors that this process may use
      */
     MIROVAN_API bool Mirovan_System_GetProcessCount(int* pnProcessCount);
 
     /**
-     * @brief The process table. It has no rows: nothing fills it yet.
+     * @brief Returns an empty array. Use Mirovan_Process_List() to list processes.
      *
-     * @param pppstProcessList receives the table of 0 rows, which is null; nothing is to be freed.
+     * The function exists for programs that are linked to it.
+     *
+     * @param pppstProcessList receives null, an array of 0 rows; there is nothing to free.
      * @param pnListCount receives 0.
-     * @return true when both arguments were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
+     * @return true if both arguments were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
      *         null; nothing is written then.
      *
      * Threads: any. From: nothing.
+     *
+     * @see Mirovan_Process_List()
      */
     MIROVAN_API bool Mirovan_System_GetProcessList(MIROVAN_PROCESS_INFO*** pppstProcessList,
                                                    int* pnListCount);
 
     /**
-     * @brief Login name of the effective user, and host name.
+     * @brief Returns the login name of the effective user and the host name.
      *
-     * @param lpszUserName buffer for the login name, of the longest login name and NUL (256 bytes
-     *                     on macOS and Linux); empty when the user has no account. May be null.
+     * @param lpszUserName buffer for the login name, as large as the longest login name and its
+     *                     null character (256 bytes on macOS and Linux); empty if the user has no
+     *                     account. May be null.
      * @param lpszHostName buffer of 1,024 bytes for the host name; may be null.
      * @return true; it never fails.
      *
      * Threads: any. From: geteuid(), getpwuid_r(), gethostname().
+     *
+     * @see Mirovan_System_GetIdentity(), Mirovan_Process_IsAdmin()
      */
     MIROVAN_API bool Mirovan_System_GetSysName(char* lpszUserName, char* lpszHostName);
 
     /**
-     * @brief Halts or restarts the system, turns the display off, locks it, or ends a user's
-     * processes.
+     * @brief Halts or restarts the system, turns the display off, locks the screen, or ends the
+     * processes of a user.
      *
-     * @param nShutdownType a ::Mirovan_ShutdownAction; 0x10007 halts too. Processes are killed of the
-     *                      user who is logged in at the terminal, the caller included, and never
-     *                      those of root.
-     * @return true when the action was done. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE another
-     *         value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed, with
-     *         the errno of a halt or restart that was refused.
+     * @param nShutdownType a ::Mirovan_ShutdownAction; 0x10007 halts too. The processes that it
+     *                      kills are those of the user who is logged in at the terminal, the caller
+     *                      included, and never those of root.
+     * @return true if the action was performed. Codes: ::ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE any
+     *         other value, 0x10006 included; ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the action failed;
+     *         if a halt or restart is denied, errno says why.
      *
      * Threads: any. From: reboot() (on Linux after sync()); xset, pkill and
-     * gnome-screensaver-command through the shell.
+     * gnome-screensaver-command in a shell.
+     *
+     * @see Mirovan_Process_Stop() to end one process
      */
     MIROVAN_API bool Mirovan_System_Shutdown(unsigned long nShutdownType);
 
     /**
-     * @brief Runs a shell command and waits for it; kills it when it outlives a limit.
+     * @brief Runs a shell command and waits for it; kills it at a time limit.
      *
-     * Only the shell is killed; what it started in the background lives on and does not delay the
-     * return. During the call SIGINT and SIGQUIT are ignored in the process and SIGCHLD is blocked
-     * in the calling thread; the mask is restored before it returns, the two actions when the last
-     * of the calls that run at the same time returns.
+     * Only the shell is killed; background processes that it started continue to run and do not
+     * delay the return. During the call SIGINT and SIGQUIT are ignored in the process and SIGCHLD
+     * is blocked in the calling thread. The mask is restored before the call returns, the two
+     * actions when the last of the calls that run at the same time returns.
      *
      * @param lpszCommand command line for /bin/sh; it may begin with a hyphen.
-     * @param nTimeout limit in whole seconds by a monotonic clock, kept within 50 ms; 0 or less
-     *                 kills a command that has not ended at once.
-     * @return true when the command was run, however it ended. Codes:
+     * @param nTimeout limit in whole seconds by a monotonic clock, kept within 50 ms; with 0 or
+     *                 less, a command that has not ended at once is killed.
+     * @return true if the command was run, however it ended. Codes:
      *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null command;
      *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL the signals cannot be set up;
-     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK no child process can be created. A shell
-     *         that cannot be executed counts as one that exits with 127: a success.
+     *         ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK the child process cannot be created. A shell
+     *         that cannot be executed counts as one that exits with status 127: a success.
      *
-     * Threads: any; the two actions are process-wide. From: sigaction(), posix_spawn(), wait4();
-     * kqueue, on Linux pidfd_open().
+     * Mirovan_Process_Execute() also returns the exit status, has limits in milliseconds, and ends
+     * background processes too. Threads: any; the two actions are process-wide. From: sigaction(),
+     * posix_spawn(), wait4(); kqueue, on Linux pidfd_open().
+     *
+     * @see Mirovan_Process_Execute()
      */
     MIROVAN_API bool Mirovan_System_SystemEx(const char* lpszCommand, int nTimeout);
 
 /**
- * @brief How much of the time since the system started its processors were idle.
+ * @brief Returns how much of the time since the start of the system the processors were idle.
+ *
+ * For the load in an interval, use Mirovan_System_GetProcessorTimes().
  *
  * @param nIdleTime receives whole percent, 0 to 100; untouched on failure.
- * @return true when the counters were read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null address
+ * @return true if the counters were read. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null address
  *         (from C); ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED the processor count cannot be read;
  *         ::ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS the load statistics cannot be read.
  *
- * The counters of macOS start again from 0 when a processor has been idle, or busy, for 497 days.
+ * On macOS the counters of a processor wrap to 0 after it has been idle, or busy, for 497 days.
  * Threads: any. From: sysctl() HW_NCPU, host_processor_info() PROCESSOR_CPU_LOAD_INFO; on Linux
  * /proc/stat.
+ *
+ * @see Mirovan_System_GetProcessorTimes()
  */
 #ifdef __cplusplus
     MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long& nIdleTime);
@@ -1488,40 +1624,51 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
 #endif
 
     /**
-     * @brief Size of the main display.
+     * @brief Returns the size of the main display.
      *
-     * @param pnWidth receives the width, 0 without a display: pixels on Linux, points on macOS, where
-     *                a point of a Retina display is two pixels wide.
+     * @param pnWidth receives the width, 0 without a display: pixels on Linux, points on macOS,
+     *                where a point of a Retina display is two pixels wide.
      * @param pnHeight receives the height, 0 without a display, in the same unit.
-     * @return true when both outputs were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is
-     *         null; nothing is written then.
+     * @return true if both outputs were given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER one is null;
+     *         nothing is written then.
      *
      * Threads: any. From: CoreGraphics; on Linux the X server of DISPLAY, else the kernel's DRM
      * output or framebuffer.
+     *
+     * @see Mirovan_System_Shutdown() to turn the display off
      */
     MIROVAN_API bool Mirovan_System_GetScreen(int* pnWidth, int* pnHeight);
 
     /**
-     * @brief The language setting of the environment.
+     * @brief Returns the value of the environment variable LANG.
      *
-     * @param lpszLanguage buffer that holds the longest value the variable may have; receives it
-     *                     unchanged, or an empty text when it is not set.
-     * @return true when a buffer was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null buffer.
+     * @param lpszLanguage buffer that is large enough for the value, which is copied unchanged; an
+     *                     empty string if the variable is not set.
+     * @return true if a buffer was given. Code: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null buffer.
      *
-     * Threads: any, as long as no thread changes the environment. From: the variable LANG.
+     * Threads: any, as long as no thread changes the environment. From: getenv().
+     *
+     * @see Mirovan_System_GetSysName()
      */
     MIROVAN_API bool Mirovan_System_GetLanguage(char* lpszLanguage);
 
     /**
-     * @brief A management-instrumentation query; there is none on this platform, nothing is done.
+     * @brief Does nothing: there is no WMI on these platforms.
      *
-     * @param lpszQuery not read.
-     * @param lpszKey not read.
+     * The function exists for programs that are linked to it. Mirovan_System_GetIdentity(),
+     * Mirovan_HardWare_GetCpuInfomation() and Mirovan_HardWare_ListVolumes() return what such a
+     * query asks for.
+     *
+     * @param lpszQuery ignored.
+     * @param lpszKey ignored.
      * @param lpszQueryResult not written.
-     * @param nQueryResultSize not read.
+     * @param nQueryResultSize ignored.
      * @return true.
      *
      * Threads: any. From: nothing.
+     *
+     * @see Mirovan_System_GetIdentity(), Mirovan_HardWare_GetCpuInfomation(),
+     *      Mirovan_HardWare_ListVolumes()
      */
     MIROVAN_API bool Mirovan_System_WMIQuery(const char* lpszQuery, const char* lpszKey,
                                              char* lpszQueryResult, int nQueryResultSize);
@@ -1535,7 +1682,7 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
         MIROVAN_PROCESSOR_TIMES_KNOWN_IDLE = 0x8    /**< nIdle */
     };
 
-    /** @brief The number in ::MIROVAN_PROCESSOR_TIMES that stands for all processors together. */
+    /** @brief The number of all processors together in ::MIROVAN_PROCESSOR_TIMES. */
     enum
     {
         MIROVAN_PROCESSOR_ALL = -1 /**< All processors together. */
@@ -1551,29 +1698,31 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
         uint64_t nUser;     /**< Nanoseconds in programs of normal priority. */
         uint64_t nNice;     /**< Nanoseconds in programs of lowered priority; 0 on macOS. */
         uint64_t nSystem;   /**< Nanoseconds in the kernel, or taken by a hypervisor. */
-        uint64_t nIdle;     /**< Nanoseconds without work, waiting for a disk included. */
+        uint64_t nIdle;     /**< Nanoseconds idle, or waiting for a disk. */
     } MIROVAN_PROCESSOR_TIMES;
 
     /**
-     * @brief How the processors have spent their time since the system started: all of them
+     * @brief Returns how the processors have spent their time since the start of the system: all
      * together, then each one.
      *
-     * The load between two calls is the growth of the user, nice and system times, divided by the
-     * growth of all four. On Linux the idle time may now and then be a tick less than before.
+     * The load between two calls is the increase of the user, nice and system times, divided by the
+     * increase of all four. On Linux the idle time may occasionally be one tick less than before.
      *
      * @param pfnTimes called first for all processors together and then for each one in the order
      *                 of their numbers, on the calling thread; returns false to end the listing,
-     *                 which is a success. The record is the library's and valid during the call. An
-     *                 offline processor has no known times.
-     * @param pContext passed to pfnTimes as it is; may be null.
-     * @return true when the times were listed, or the function ended the listing. Codes:
+     *                 which is a success. The record belongs to the library and is valid during the
+     *                 call. The times of an offline processor are unknown.
+     * @param pContext passed to pfnTimes; may be null.
+     * @return true if the times were listed, or pfnTimes ended the listing. Codes:
      *         ::ERROR_MIROVAN_SYSTEM_PARAMETER a null function (EINVAL);
      *         ::ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED the times cannot be read. The function
-     *         is not called then.
+     *         is not called if the operation fails.
      *
-     * The resolution is that of the kernel's clock tick, 10 ms on most machines. On macOS each time
-     * of a processor starts again from 0 after 497 days. Threads: any. From: host_processor_info()
+     * The resolution is the clock tick of the kernel, 10 ms on most machines. On macOS each time of
+     * a processor wraps to 0 after 497 days. Threads: any. From: host_processor_info()
      * PROCESSOR_CPU_LOAD_INFO; on Linux /proc/stat.
+     *
+     * @see Mirovan_System_GetSysIdleTime(), Mirovan_Process_GetRecord() for the times of a process
      */
     MIROVAN_API bool Mirovan_System_GetProcessorTimes(
         bool (*pfnTimes)(const MIROVAN_PROCESSOR_TIMES* pstTimes, void* pContext), void* pContext);
@@ -1598,32 +1747,35 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
         uint32_t nSize;         /**< Set by the caller: sizeof(MIROVAN_MEMORY_RECORD). */
         uint32_t nKnown;        /**< ::Mirovan_MemoryKnown bits; an unknown field is 0. */
         uint64_t nTotal;        /**< Physical memory. */
-        uint64_t nAvailable;    /**< What programs may still take without swapping. */
+        uint64_t nAvailable;    /**< What programs can still use without swapping. */
         uint64_t nFree;         /**< Pages without content; less than what is available. */
-        uint64_t nWired;        /**< What cannot be paged out. */
-        uint64_t nCompressed;   /**< What compressed pages take up; on Linux those of zswap. */
-        uint64_t nCached;       /**< Content of files, which can be read again. */
+        uint64_t nWired;        /**< Memory that cannot be paged out. */
+        uint64_t nCompressed;   /**< Compressed pages; on Linux those of zswap. */
+        uint64_t nCached;       /**< Cached content of files. */
         uint64_t nSwapTotal;    /**< Swap space. */
         uint64_t nSwapUsed;     /**< Swap space in use. */
-        uint64_t nProcessLimit; /**< Limit on the control group of this process; unknown without. */
+        uint64_t nProcessLimit; /**< Limit of the control groups; unknown if none. */
     } MIROVAN_MEMORY_RECORD;
 
     /**
-     * @brief The physical memory and the swap space, and the limit that holds for this process.
+     * @brief Returns the state of the physical memory and the swap space, and the memory limit of
+     * this process.
      *
-     * A control group limits all its processes together, and the groups inside it; the lowest of
-     * these limits is reported. It may be more than the physical memory.
+     * A control group limits all of its processes together, and the groups inside it; the lowest of
+     * these limits is returned. It may be higher than the physical memory.
      *
-     * @param pstMemory record to fill, of at least nSize bytes; nSize is set by the caller. All else
-     *                  is overwritten, and untouched on failure.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
-     *         or too small a size (EINVAL); ::ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED the state of
-     *         the memory cannot be read.
+     * @param pstMemory record to fill, of at least nSize bytes; the caller sets nSize. All other
+     *                  fields are overwritten; untouched on failure.
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
+     *         or an nSize that is too small (EINVAL); ::ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED
+     *         the state of the memory cannot be read.
      *
-     * macOS answers a program that asks more than a few times a second from a copy, which is up to
-     * one second old. Threads: any. From: host_statistics64() HOST_VM_INFO64, sysctl() hw.memsize
-     * and vm.swapusage; on Linux /proc/meminfo, and memory.max or memory.limit_in_bytes of the
-     * control groups.
+     * If a program asks more than a few times a second, macOS returns values that are up to one
+     * second old. Threads: any. From: host_statistics64() HOST_VM_INFO64, sysctl() hw.memsize and
+     * vm.swapusage; on Linux /proc/meminfo, and memory.max or memory.limit_in_bytes of the control
+     * groups.
+     *
+     * @see Mirovan_System_GetMemoryUsage()
      */
     MIROVAN_API bool Mirovan_System_GetMemoryRecord(MIROVAN_MEMORY_RECORD* pstMemory);
 
@@ -1643,42 +1795,46 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
         MIROVAN_IDENTITY_KNOWN_PROCESSORS_USABLE = 0x400  /**< nProcessorsUsable */
     };
 
-    /** @brief What this system is, from Mirovan_System_GetIdentity(). */
+    /** @brief Names, versions and counts of the system, from Mirovan_System_GetIdentity(). */
     typedef struct MIROVAN_IDENTITY
     {
         uint32_t nSize;             /**< Set by the caller: sizeof(MIROVAN_IDENTITY). */
         uint32_t nKnown;            /**< ::Mirovan_IdentityKnown bits; an unknown field is 0. */
-        char tszSystemName[256];    /**< Name as people say it: "macOS", "Debian GNU/Linux". */
-        char tszSystemVersion[256]; /**< Version of that, such as "13.6.1" or "12". */
+        char tszSystemName[256];    /**< Name of the system: "macOS", "Debian GNU/Linux". */
+        char tszSystemVersion[256]; /**< Its version, such as "13.6.1" or "12". */
         char tszKernelName[256];    /**< Name of the kernel: "Darwin", "Linux". */
         char tszKernelVersion[256]; /**< Release of the kernel. */
         char tszArchitecture[256];  /**< Hardware name of the kernel: "x86_64", "arm64". */
-        char tszHostName[256];      /**< Name of this machine in the network. */
-        int64_t nStartTime;         /**< Start of the system, nanoseconds since 1970 UTC. */
-        uint64_t nPageSize;         /**< Size of a page of memory in bytes. */
-        uint32_t nProcessors;       /**< Processors that the system has. */
-        uint32_t nProcessorsOnline; /**< Those that are online. */
-        uint32_t nProcessorsUsable; /**< Those that this process may use, at least 1. */
+        char tszHostName[256];      /**< Host name. */
+        int64_t nStartTime;         /**< Start time of the system, nanoseconds since 1970 UTC. */
+        uint64_t nPageSize;         /**< Size of a memory page in bytes. */
+        uint32_t nProcessors;       /**< Number of processors. */
+        uint32_t nProcessorsOnline; /**< Processors that are online. */
+        uint32_t nProcessorsUsable; /**< Processors that this process may use, at least 1. */
         uint32_t nReserved;         /**< 0. */
     } MIROVAN_IDENTITY;
 
     /**
-     * @brief Names and versions of the system, its start, its page size and its processors.
+     * @brief Returns the names and versions of the system, its start time, its page size and its
+     * processor counts.
      *
-     * The start of the system is the same in every call until the clock is set; on Linux it is a
-     * whole second. The processors that this process may use are those of its affinity (its first
-     * thread's), but no more than the lowest processor quota of its control groups, rounded up.
+     * The start time is the same in every call until the clock is set; on Linux it is a whole
+     * second. The processors that this process may use are those of its affinity (that of its first
+     * thread), limited by the lowest processor quota of its control groups, rounded up.
      *
-     * @param pstIdentity record to fill, of at least nSize bytes; nSize is set by the caller. All
-     *                    else is overwritten, and untouched on failure. Text that is too long for
-     *                    its field is truncated.
-     * @return true when the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
-     *         or too small a size (EINVAL); ::ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED the kernel's
-     *         names cannot be read.
+     * @param pstIdentity record to fill, of at least nSize bytes; the caller sets nSize. All other
+     *                    fields are overwritten; untouched on failure. Strings that do not fit are
+     *                    truncated.
+     * @return true if the record was filled. Codes: ::ERROR_MIROVAN_SYSTEM_PARAMETER a null record
+     *         or an nSize that is too small (EINVAL); ::ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED the
+     *         kernel's names cannot be read.
      *
      * Threads: any. From: uname(), sysctl() KERN_BOOTTIME, HW_NCPU, HW_AVAILCPU and
      * kern.osproductversion; on Linux also os-release (NAME, and VERSION_ID or VERSION), btime of
      * /proc/stat, sched_getaffinity(), and cpu.max or cpu.cfs_quota_us of the control groups.
+     *
+     * @see Mirovan_System_GetSystemVer(), Mirovan_System_GetProcessCount(),
+     *      Mirovan_System_GetUpTime()
      */
     MIROVAN_API bool Mirovan_System_GetIdentity(MIROVAN_IDENTITY* pstIdentity);
 
@@ -1688,10 +1844,9 @@ MIROVAN_API bool Mirovan_System_GetSysIdleTime(unsigned long* nIdleTime);
 }
 
 /**
- * @brief File services; each method is the function of the same name.
+ * @brief File operations; each method does what the C function of its name does.
  *
- * The objects of the four classes have no data; any of them does what ::m_FileSdk and the others
- * do.
+ * Objects of these classes have no data: every object does the same.
  */
 class MIROVAN_API CMirovan_File
 {
@@ -1720,18 +1875,19 @@ public:
     /**
      * @brief Appends the paths in a folder, or in the whole tree below it, to a list.
      *
-     * @param lpszPath the folder, UTF-8; a link to a folder will do, a pattern will not.
-     * @param pListFile list to append to; what it holds stays in front.
+     * @param lpszPath path of the folder, or of a symbolic link to it, UTF-8; not a pattern.
+     * @param pListFile list to append to; existing elements are kept.
      * @param bRecurse as in ::Mirovan_File_EnumFileA.
      * @param nListType as in ::Mirovan_File_EnumFileA; nothing found is a success here.
-     * @param lpszFilter only files whose extension (after its dot) begins with this text, in any
-     *                   case, are listed; null for all.
-     * @return true when the walk came to its end. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null
-     *         path or list; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR no such folder. The list is untouched.
-     * @throws std::filesystem::filesystem_error when the path or a folder cannot be read for a
-     *         reason other than its absence or a lack of permission; std::system_error when a name
-     *         met by the recursive walk is no valid UTF-8; std::bad_alloc. What was appended
-     *         before stays in the list, and the error flag stays clear.
+     * @param lpszFilter extension without its dot: only files whose extension begins with it, in
+     *                   any case, are listed; null for all.
+     * @return true if the folder was listed. Codes: ::ERROR_MIROVAN_FILE_ENUM_PARAMETER a null path
+     *         or list; ::ERROR_MIROVAN_FILE_ENUM_NOTDIR there is no such folder. On failure the
+     *         list is untouched.
+     * @throws std::filesystem::filesystem_error if the path or a folder cannot be read for another
+     *         reason than that it does not exist or that permission is denied; std::system_error if
+     *         the recursive walk finds a name that is not valid UTF-8; std::bad_alloc. Paths
+     *         appended before the exception remain in the list, and the error flag is clear.
      *
      * Threads: any, on different lists. From: open(), directory reading, lstat().
      */
@@ -1741,14 +1897,13 @@ public:
     /**
      * @brief The same for wide paths.
      *
-     * @param lpwszPath the folder, UTF-32.
-     * @param pListFile list to append to; what it holds stays in front.
+     * @param lpwszPath path of the folder, UTF-32.
+     * @param pListFile list to append to; existing elements are kept.
      * @param bRecurse as in ::Mirovan_File_EnumFileA.
      * @param nListType as in ::Mirovan_File_EnumFileA; nothing found is a success here.
      * @param lpwszFilter as lpszFilter of the narrow form.
      * @return as the narrow form.
-     * @throws as the narrow form; also when lpwszPath, or a name met by either walk, cannot be
-     *         converted.
+     * @throws as the narrow form; also if lpwszPath, or a name that is found, cannot be converted.
      *
      * Threads: any, on different lists. From: open(), directory reading, lstat().
      */
@@ -1779,7 +1934,7 @@ public:
                            void* pContext);
 };
 
-/** @brief Hardware information; each method is the function of the same name. */
+/** @brief Hardware queries; each method does what the C function of its name does. */
 class MIROVAN_API CMirovan_HardWare
 {
 public:
@@ -1804,7 +1959,7 @@ public:
                                       void* pContext);
 };
 
-/** @brief Process services; each method is the function of the same name. */
+/** @brief Process operations; each method does what the C function of its name does. */
 class MIROVAN_API CMirovan_Process
 {
 public:
@@ -1861,19 +2016,19 @@ public:
     bool Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord);
 
     /**
-     * @brief Number of a process state letter as ps prints it.
+     * @brief Converts a process state letter, as ps prints it, to a number.
      *
      * @param cState the letter.
      * @param pnState receives 0 for R, 1 for S, 2 for D, 3 for Z, 4 for T, 5 for W, 6 for any
      *                other.
-     * @return true when an output was given. Code: ::ERROR_MIROVAN_PROCESS_PARAMETER it is null.
+     * @return true if an output was given. Code: ::ERROR_MIROVAN_PROCESS_PARAMETER it is null.
      *
      * Threads: any. From: nothing.
      */
     bool Mirovan_Process_AppState(char cState, unsigned long* pnState);
 };
 
-/** @brief System services; each method is the function of the same name. */
+/** @brief System operations; each method does what the C function of its name does. */
 class MIROVAN_API CMirovan_System
 {
 public:
@@ -1922,10 +2077,10 @@ public:
 
 /** @name Objects
  *  @{ */
-extern MIROVAN_API CMirovan_File m_FileSdk;       /**< The file services in use. */
-extern MIROVAN_API CMirovan_HardWare m_Hardware;  /**< The hardware information in use. */
-extern MIROVAN_API CMirovan_Process m_ProcessSdk; /**< The process services in use. */
-extern MIROVAN_API CMirovan_System m_SystemSdk;   /**< The system services in use. */
+extern MIROVAN_API CMirovan_File m_FileSdk;       /**< Used by the C functions for files. */
+extern MIROVAN_API CMirovan_HardWare m_Hardware;  /**< Used by the C functions for hardware. */
+extern MIROVAN_API CMirovan_Process m_ProcessSdk; /**< Used by the C functions for processes. */
+extern MIROVAN_API CMirovan_System m_SystemSdk;   /**< Used by the C functions for the system. */
 /** @} */
 #endif
 

@@ -22,6 +22,7 @@ class Function:
     about: Dict[str, str] = field(default_factory=dict)  # by parameter
     returns: str = ""
     notes: str = ""
+    see: str = ""
 
 
 @dataclass
@@ -107,6 +108,8 @@ def describe(function: Function, comment: str) -> None:
             function.about[name] = about
         elif word == "@return":
             function.returns = rest
+        elif word == "@see":
+            function.see = rest
         elif function.returns:
             function.notes = (function.notes + " " + paragraph).strip()
         else:
