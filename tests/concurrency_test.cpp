@@ -30,15 +30,10 @@ std::string answers_of(World& world)
         if (!only_reads(operation))
             continue;
         world.prepare(operation);
-        const bool result = operation.run();
-        bool failed = false;
-        const uint64_t code = Mirovan_GetThreadError(&failed, nullptr);
-        if (result == operation.refuses)
-            wrong += operation.name + " gives code " + std::to_string(code) + "\n";
-        else if (result == failed && !operation.leaves_error)
-            wrong += operation.name + " contradicts its error state\n";
-        else if (result && !operation.right({}))
-            wrong += operation.name + " answers wrongly\n";
+        const test::Outcome outcome = test::call(operation);
+        const std::string complaint = world.judge(operation, outcome, {}, true, false);
+        if (!complaint.empty() || outcome.result == operation.refuses)
+            wrong += operation.name + ": " + complaint + "\n";
         world.release(operation);
     }
     return wrong;

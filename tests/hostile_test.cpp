@@ -315,29 +315,6 @@ class Hostile : public testing::TestWithParam<Surroundings>
 {
 };
 
-struct Outcome
-{
-    bool result = false;
-    bool threw = false;
-    int system_errno = 0;
-};
-
-Outcome call(const Operation& operation)
-{
-    Outcome outcome;
-    errno = 0;
-    try
-    {
-        outcome.result = operation.run();
-        outcome.system_errno = errno;
-    }
-    catch (...)
-    {
-        outcome.threw = true;
-    }
-    return outcome;
-}
-
 /// In a child process of its own, which hangs for no longer than this.
 void try_operation(World& world, const Surroundings& where, const Operation& operation)
 {
@@ -350,21 +327,15 @@ void try_operation(World& world, const Surroundings& where, const Operation& ope
     if (where.enter)
         where.enter(world);
     const Held before = where.can_look ? Held::now() : Held{};
-    const Outcome outcome = call(operation);
+    const test::Outcome outcome = test::call(operation);
     const Held after = where.can_look ? Held::now() : Held{};
     if (where.leave)
         where.leave();
 
-    EXPECT_TRUE(!outcome.threw || operation.may_throw) << operation.name;
-    if (!outcome.threw)
-    {
-        const bool lacking = where.effect == Effect::on_answers;
-        const faults::Report hit = {.fired = lacking ? 1U : 0U, .error = lacking ? EACCES : 0};
-        EXPECT_EQ(world.judge(operation, outcome.result, outcome.system_errno, hit,
-                              where.effect != Effect::on_commands),
-                  "")
-            << operation.name;
-    }
+    const bool lacking = where.effect == Effect::on_answers;
+    const faults::Report hit = {.fired = lacking ? 1U : 0U, .error = lacking ? EACCES : 0};
+    EXPECT_EQ(world.judge(operation, outcome, hit, where.effect != Effect::on_commands), "")
+        << operation.name;
     EXPECT_TRUE(outcome.result != operation.refuses || where.effect == Effect::on_answers ||
                 (operation.asks_commands && where.effect == Effect::on_commands))
         << operation.name << " fails: " << std::strerror(outcome.system_errno);

@@ -4,8 +4,10 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <grp.h>
 #include <pwd.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <sys/sysinfo.h>
@@ -102,9 +104,6 @@ World::World()
                                                                                           "LANG",
                                                                                           "C.UTF-8"}
 {
-    // A shell starts what it runs in the background with this signal ignored; children to be
-    // stopped by it would inherit that.
-    std::signal(SIGINT, SIG_DFL);
     fs::permissions(work_, fs::perms::all);
     fs::permissions(table_, fs::perms{0666});
     add_commands();
@@ -192,15 +191,45 @@ std::set<std::string> World::found() const
     return paths;
 }
 
-std::string World::judge(const Operation& operation, bool result, int system_errno, Hit hit,
-                         bool own_commands)
+Outcome call(const Operation& operation)
 {
+    Outcome outcome;
+    errno = 0;
+    try
+    {
+        outcome.result = operation.run();
+        outcome.system_errno = errno;
+    }
+    catch (...)
+    {
+        outcome.threw = true;
+    }
+    return outcome;
+}
+
+void become_ordinary_user()
+{
+    constexpr uid_t nobody = 65534;
+    if (geteuid() == 0 &&
+        (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0))
+        std::abort();
+    // So that it may still look at itself.
+    prctl(PR_SET_DUMPABLE, 1);
+}
+
+std::string World::judge(const Operation& operation, const Outcome& outcome, Hit hit,
+                         bool own_commands, bool alone)
+{
+    const auto& [result, threw, system_errno] = outcome;
+    if (threw)
+        return operation.may_throw ? "" : "an exception came out";
     if (!room_.is_kept_within())
         return "wrote outside of its outputs";
     bool thread_failed = false;
     int thread_errno = 0;
     const uint64_t code = Mirovan_GetThreadError(&thread_failed, &thread_errno);
-    if (thread_failed != Mirovan_IsErrorOccur || (thread_failed && code != Mirovan_dwErrorCode))
+    if (alone &&
+        (thread_failed != Mirovan_IsErrorOccur || (thread_failed && code != Mirovan_dwErrorCode)))
         return "the thread's error state is not the process's";
     if (thread_failed == result && !operation.leaves_error)
         return result ? "succeeded, with the error flag set" : "failed, with the error flag clear";
@@ -241,7 +270,15 @@ void World::plant_tree()
 void World::start_sleeper()
 {
     end_sleeper();
+    // It can be interrupted, also while another thread's shell command has the process ignore that.
+    sigset_t interrupt, mask;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &interrupt, &mask);
     sleeper_ = fork();
+    if (sleeper_ == 0)
+        std::signal(SIGINT, SIG_DFL);
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     while (sleeper_ == 0)
         pause();
 }

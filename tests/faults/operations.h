@@ -58,6 +58,19 @@ struct Operation
     bool leaves_error = false; ///< The error state may tell of a part that failed.
 };
 
+struct Outcome
+{
+    bool result = false;
+    bool threw = false;
+    int system_errno = 0;
+};
+
+/// Makes an operation, with errno cleared.
+Outcome call(const Operation& operation);
+
+/// Nothing that follows may be able to do harm.
+void become_ordinary_user();
+
 /// A small world in which every operation has one right answer: files, stand-in commands, children.
 class World
 {
@@ -73,9 +86,10 @@ public:
     void prepare(const Operation& operation);
     /// What is wrong with an outcome; empty when nothing is.
     ///
-    /// @param own_commands whether the programs on PATH are still those of this world.
-    std::string judge(const Operation& operation, bool result, int system_errno, Hit hit,
-                      bool own_commands = true);
+    /// @param own_commands whether the programs on PATH are still those of this world
+    /// @param alone whether no other thread makes operations
+    std::string judge(const Operation& operation, const Outcome& outcome, Hit hit,
+                      bool own_commands = true, bool alone = true);
     void release(const Operation& operation);
 
 private:

@@ -2,9 +2,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <grp.h>
-#include <optional>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace
@@ -67,36 +64,26 @@ std::string way_name(int error)
     return name == nullptr ? "none" : name;
 }
 
-/// Which runs to make; what is not given does not matter.
-struct Choice
-{
-    std::string family, operation, error, mode;
-    unsigned fault = 0;
-    unsigned repeat = 1;
-};
-
-bool fits(const std::string& wanted, const std::string& name)
-{
-    return wanted.empty() || wanted == name;
-}
-
+/// sweep [--family F] [--operation O] [--fault N] [--errno E] [--mode M]
 class Sweep
 {
 public:
-    explicit Sweep(Choice choice) : choice_{std::move(choice)} {}
+    explicit Sweep(std::map<std::string, std::string> choice) : choice_{std::move(choice)} {}
 
     void run_all()
     {
         for (const Operation& operation : world_.operations())
         {
-            if (!fits(choice_.family, operation.family) || !fits(choice_.operation, operation.name))
+            if (!fits("--family", operation.family) || !fits("--operation", operation.name))
                 continue;
             ++operations_;
-            run_without_fault(operation);
-            if (choice_.repeat > 1)
-                continue;
+            // The first time is for what the libraries set up once.
+            run(operation, {});
+            const std::string complaint = run(operation, {});
+            if (!complaint.empty() || outcome_.result == operation.refuses || outcome_.threw)
+                complain(complaint.empty() ? "does not do its work without a fault" : complaint);
             for (const Mode mode : {Mode::once, Mode::same, Mode::all})
-                if (fits(choice_.mode, mode_names[static_cast<int>(mode)]))
+                if (fits("--mode", mode_names[static_cast<int>(mode)]))
                     run_with_faults(operation, mode);
         }
     }
@@ -113,34 +100,27 @@ public:
     }
 
 private:
-    /// The first time is for what the libraries set up once.
-    void run_without_fault(const Operation& operation)
+    bool fits(const char* option, const std::string& name) const
     {
-        run(operation, {});
-        for (unsigned round = 0; round < choice_.repeat; ++round)
-        {
-            const std::string complaint = run(operation, {});
-            if (!complaint.empty() || result_ == operation.refuses || threw_)
-                complain(complaint.empty() ? "does not do its work without a fault" : complaint);
-        }
+        const auto chosen = choice_.find(option);
+        return chosen == choice_.end() || chosen->second == name;
     }
 
     void run_with_faults(const Operation& operation, Mode mode)
     {
-        for (Plan plan{choice_.fault == 0 ? 1 : choice_.fault, 0, mode};; ++plan.at)
+        for (Plan plan{1, 0, mode};; ++plan.at)
         {
             plan.way = 0;
             do
             {
-                const std::string complaint = run(operation, plan);
-                if (report_.fired == 0)
+                const std::string complaint =
+                    fits("--fault", std::to_string(plan.at)) ? run(operation, plan) : "";
+                if (fits("--fault", std::to_string(plan.at)) && report_.fired == 0)
                     return;
-                if (!complaint.empty() && fits(choice_.error, way_name(report_.error)))
+                if (!complaint.empty() && fits("--errno", way_name(report_.error)))
                     complain(operation, complaint);
             } while (mode != Mode::all && ++plan.way < report_.ways);
             points_ += mode == Mode::once ? 1 : 0;
-            if (choice_.fault != 0)
-                return;
         }
     }
 
@@ -153,7 +133,9 @@ private:
         const test::Held before = test::Held::now();
         world_.prepare(operation);
         alarm(limit);
-        call(operation, plan);
+        faults::faults_arm(plan);
+        outcome_ = test::call(operation);
+        report_ = faults::faults_disarm();
         std::string complaint = judge(operation, plan);
         world_.release(operation);
         alarm(0);
@@ -162,34 +144,18 @@ private:
         return complaint.empty() ? left : complaint;
     }
 
-    void call(const Operation& operation, const Plan& plan)
-    {
-        threw_ = false;
-        errno = 0;
-        faults::faults_arm(plan);
-        try
-        {
-            result_ = operation.run();
-            errno_ = errno;
-        }
-        catch (...)
-        {
-            threw_ = true;
-        }
-        report_ = faults::faults_disarm();
-    }
-
     std::string judge(const Operation& operation, const Plan& plan)
     {
-        if (threw_)
-            return operation.may_throw ? "" : "an exception came out";
-        std::string complaint = world_.judge(operation, result_, errno_, report_);
-        if (complaint.empty() && !result_ && errno_ == EINTR)
-            complaint = "an interrupted call is not made again";
-        if (complaint.empty() && !result_ && plan.mode == Mode::once && report_.error > 0 &&
-            errno_ != report_.error && !operation.refuses)
-            complaint = "errno is " + way_name(errno_);
-        return complaint;
+        const std::string complaint = world_.judge(operation, outcome_, report_);
+        const int error = outcome_.system_errno;
+        if (!complaint.empty() || outcome_.result || outcome_.threw)
+            return complaint;
+        if (error == EINTR)
+            return "an interrupted call is not made again";
+        if (plan.mode == Mode::once && report_.error > 0 && error != report_.error &&
+            !operation.refuses)
+            return "errno is " + way_name(error);
+        return {};
     }
 
     static std::string left_behind(const test::Held& before)
@@ -228,11 +194,9 @@ private:
                     complaint.c_str());
     }
 
-    Choice choice_;
+    std::map<std::string, std::string> choice_;
     test::World world_;
-    bool result_ = false;
-    bool threw_ = false;
-    int errno_ = 0;
+    test::Outcome outcome_;
     Report report_;
     unsigned operations_ = 0;
     unsigned points_ = 0;
@@ -240,41 +204,13 @@ private:
     unsigned complaints_ = 0;
 };
 
-/// Nothing here may be able to do harm.
-void become_ordinary_user()
-{
-    constexpr uid_t nobody = 65534;
-    if (geteuid() == 0 &&
-        (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0))
-        std::abort();
-    // So that it may still look at itself.
-    prctl(PR_SET_DUMPABLE, 1);
-}
-
 } // namespace
 
-/// sweep [--family F] [--operation O] [--fault N] [--errno E] [--mode M] [--repeat N]
-///
-/// With --repeat, each operation is made that often, and no fault is tried.
 int main(int count, char** arguments)
 {
-    Choice choice;
+    std::map<std::string, std::string> choice;
     for (int i = 1; i + 1 < count; i += 2)
-    {
-        const std::string option = arguments[i];
-        if (option == "--family")
-            choice.family = arguments[i + 1];
-        else if (option == "--operation")
-            choice.operation = arguments[i + 1];
-        else if (option == "--fault")
-            choice.fault = static_cast<unsigned>(std::stoul(arguments[i + 1]));
-        else if (option == "--errno")
-            choice.error = arguments[i + 1];
-        else if (option == "--mode")
-            choice.mode = arguments[i + 1];
-        else if (option == "--repeat")
-            choice.repeat = static_cast<unsigned>(std::stoul(arguments[i + 1]));
-    }
+        choice[arguments[i]] = arguments[i + 1];
     setlinebuf(stdout);
     try
     {
@@ -284,7 +220,7 @@ int main(int count, char** arguments)
     catch (int)
     {
     }
-    become_ordinary_user();
+    test::become_ordinary_user();
     for (const int number : {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE})
         signal(number, die);
     Sweep sweep{std::move(choice)};
