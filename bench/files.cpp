@@ -19,34 +19,15 @@ namespace
 {
 
 namespace fs = std::filesystem;
+using bench::files_in_a_folder;
 using bench::require;
 using Paths = std::list<std::string>;
 
 constexpr int folders = 1000;
-constexpr int files_in_a_folder = 200;
 constexpr std::size_t gibibyte = std::size_t{1} << 30;
 
 /// For what is short and at the mercy of all else that goes to the disk.
 constexpr int more_turns = 11;
-
-/// 200,000 files in 1,000 folders; one in four is a .txt.
-void make_tree(const std::string& top)
-{
-    for (int folder = 0; folder < folders; ++folder)
-    {
-        const std::string path =
-            top + "/group_" + std::to_string(folder / 100) + "/folder_" + std::to_string(folder);
-        fs::create_directories(path);
-        const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        for (int file = 0; file < files_in_a_folder; ++file)
-        {
-            const std::string name =
-                "document_" + std::to_string(file) + (file % 4 == 0 ? ".txt" : ".dat");
-            require(mknodat(descriptor, name.c_str(), S_IFREG | 0644, 0) == 0, name);
-        }
-        close(descriptor);
-    }
-}
 
 /// What getdents64 fills in.
 struct KernelEntry
@@ -169,7 +150,7 @@ bool run_operation(const std::string& operation, const char* path, const char* o
 void enumeration(bench::Table& table, const bench::Scratch& scratch)
 {
     const std::string tree = scratch / "tree";
-    make_tree(tree);
+    bench::make_tree(tree, folders);
     table.compare("list, narrow, beside a bare walk", 1.5, {[&] { our_list(tree); }},
                   {[&] { bare_list(tree); }});
     table.compare("list, narrow, beside a plain iterator loop", 0.3, {[&] { our_list(tree); }},
@@ -193,7 +174,7 @@ void deletion(bench::Table& table, const bench::Scratch& scratch)
     for (int tree = 0; tree < 2 * bench::rounds; ++tree)
     {
         trees.push_back(scratch / ("tree" + std::to_string(tree)));
-        make_tree(trees.back());
+        bench::make_tree(trees.back(), folders);
     }
     std::string tree;
     const auto prepare = [&]

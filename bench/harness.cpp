@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -253,6 +254,24 @@ double memory_of(const std::function<void()>& body)
             body();
             return (kibibytes("VmHWM") - before) / 1024;
         });
+}
+
+void make_tree(const std::string& top, int folders)
+{
+    for (int folder = 0; folder < folders; ++folder)
+    {
+        const std::string path =
+            top + "/group_" + std::to_string(folder / 100) + "/folder_" + std::to_string(folder);
+        fs::create_directories(path);
+        const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        for (int file = 0; file < files_in_a_folder; ++file)
+        {
+            const std::string name =
+                "document_" + std::to_string(file) + (file % 4 == 0 ? ".txt" : ".dat");
+            require(mknodat(descriptor, name.c_str(), S_IFREG | 0644, 0) == 0, name);
+        }
+        close(descriptor);
+    }
 }
 
 void require(bool condition, const std::string& what)

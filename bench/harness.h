@@ -69,6 +69,12 @@ void run_command(const std::vector<std::string>& words);
 /// Runs the body in a child, and tells by how many mebibytes its memory grew at most.
 double memory_of(const std::function<void()>& body);
 
+/// Makes a tree of folders with 200 empty files each; one file in four is a .txt.
+void make_tree(const std::string& top, int folders);
+
+/// How many files each of its folders has.
+inline constexpr int files_in_a_folder = 200;
+
 /// Ends the benchmark with a message unless the condition holds: a measured operation that failed
 /// has no time.
 void require(bool condition, const std::string& what);

@@ -280,6 +280,14 @@ void compare_tables(bench::Table& table)
             closedir(folder);
             require(total > processes, "/proc");
         });
+    table.compare_short(
+        "mirovan processes of 500, beside ps aux", 1,
+        [] {
+            bench::run_command({MIROVAN_PROGRAM, "processes"});
+        },
+        [] {
+            bench::run_command({"ps", "aux"});
+        });
     for (const pid_t child : children)
     {
         kill(child, SIGKILL);

@@ -119,6 +119,24 @@ void identity(bench::Table& table)
         });
 }
 
+void report(bench::Table& table)
+{
+    table.compare_short(
+        "mirovan report, beside uname -a and the same files", 3,
+        [] {
+            bench::run_command({MIROVAN_PROGRAM, "report"});
+        },
+        [files = limit_files()]
+        {
+            bench::run_command({"uname", "-a"});
+            for (const char* path : {"/etc/os-release", "/proc/stat", "/proc/meminfo",
+                                     "/proc/thread-self/mountinfo", "/etc/passwd"})
+                read_bare(path);
+            for (const std::string& file : files)
+                read_bare(file.c_str());
+        });
+}
+
 void load(bench::Table& table)
 {
     table.compare_short(
@@ -186,6 +204,7 @@ int main()
     memory(table);
     processors(table);
     identity(table);
+    report(table);
     load(table);
     shell(table);
     shell_of_a_large_process(table);
