@@ -1,13 +1,15 @@
 /**
  * @file mirovan.hpp
- * @brief The operations of mirovan.h for C++20: values come back, failures are thrown or reported.
+ * @brief The operations of mirovan.h for C++20, with values, exceptions and error codes.
  *
- * Each function is one call of the C interface, whose header says what it does. A function that can
- * fail has two forms, as in the standard library: one throws mirovan::error, the other has a
- * std::error_code& as its last parameter, reports into it and returns an empty value. The code
- * compares with the constants of ::MIROVAN_ERROR_MAP and, by the errno behind it, with std::errc.
- * Errors are those of the calling thread. A path or command with a null character in it fails with
- * EINVAL.
+ * A function that can fail has two forms, as in the standard library. One throws mirovan::error; the
+ * other sets a std::error_code&, its last parameter, to the code() of that exception and returns an
+ * empty value. The code compares with the constants of ::MIROVAN_ERROR_MAP and, by the errno behind
+ * it, with std::errc. A path or command that contains a null character is rejected with EINVAL. All
+ * functions may also throw std::bad_alloc.
+ *
+ * Errors are those of the calling thread, and every function may run on any number of threads at
+ * once. The platform interfaces that it uses are listed at the C function of its "See also".
  *
  * @code
  * for (const std::filesystem::path& file : mirovan::file::list("/etc/\*.conf"))
@@ -50,29 +52,32 @@
 #include <fnmatch.h>
 #include <sys/stat.h>
 
-/** The operations of mirovan.h for C++20. */
+/** The operations of mirovan.h for C++20; see mirovan.hpp for errors and threads. */
 namespace mirovan
 {
 
-/** The category of the library's error codes: one object for each errno that is behind them. */
+/**
+ * @brief The category of the library's error codes; there is one object for each errno, so that
+ * codes compare with std::errc.
+ */
 class MIROVAN_API category final : public std::error_category
 {
 public:
-    /** "mirovan". */
+    /** Returns "mirovan". */
     [[nodiscard]] const char* name() const noexcept override { return "mirovan"; }
-    /** The constant of a code and its sentence. */
+    /** Returns the name of a code and its sentence. */
     [[nodiscard]] std::string message(int code) const override
     {
         return Mirovan_GetErrorText(static_cast<uint64_t>(code));
     }
-    /** The errno, so that codes compare with std::errc. */
+    /** Returns the errno, so that codes compare with std::errc. */
     [[nodiscard]] std::error_condition default_error_condition(int code) const noexcept override
     {
         return errno_ == 0 ? std::error_condition{code, *this}
                            : std::generic_category().default_error_condition(errno_);
     }
 
-    /** The category for an errno; 0 for none. */
+    /** Returns the category for an errno; 0 for none. */
     static const category& of(int system_errno) noexcept
     {
         constexpr int count = 256;
@@ -93,20 +98,30 @@ private:
     int errno_ = 0;
 };
 
-/** The category of codes without an errno. */
+/** Returns the category of codes without an errno. */
 MIROVAN_API inline const std::error_category& error_category() noexcept
 {
     return category::of(0);
 }
 
 /**
- * A failure: its code, and beside it the errno of the system call behind it. The message has the
- * operation, the path or process id, a sentence and the system's own message, in that order.
+ * @brief A failure: its code, the errno behind it, and a message.
+ *
+ * what() is made of the operation, the path or process id, a sentence and the message of the
+ * system, in this order. code() compares with the constants of ::MIROVAN_ERROR_MAP and with
+ * std::errc.
  */
 class MIROVAN_API error : public std::system_error
 {
 public:
-    /** A failure of an operation, with the errno behind it, and on what it failed. */
+    /**
+     * @brief Constructs the exception of a failed operation.
+     *
+     * @param code the error code.
+     * @param system_errno the errno behind it; 0 for none.
+     * @param operation name of the operation, for the message.
+     * @param subject the path or process id that it failed on, for the message; may be empty.
+     */
     error(std::error_code code, int system_errno, std::string_view operation,
           std::string_view subject = {})
         : std::system_error(code), system_(system_errno, std::generic_category()),
@@ -114,10 +129,13 @@ public:
     {
     }
 
-    /** Operation, path or id, sentence and the system's message. */
+    /** Returns operation, path or id, sentence and the system's message. */
     [[nodiscard]] const char* what() const noexcept override { return message_.what(); }
 
-    /** Why the system refused. */
+    /**
+     * @brief Returns the errno behind the failure as a code of std::generic_category(); 0 if there
+     * is none.
+     */
     [[nodiscard]] const std::error_code& system() const noexcept { return system_; }
 
 private:
@@ -173,8 +191,8 @@ namespace detail
 /** Stands for "throw" in a function that takes a std::error_code. */
 inline std::error_code throws;
 
-/** The characters of a text; null, which every operation rejects, when a null character ends it
- *  early. */
+/** The characters of a string; null, which every operation rejects, if it contains a null
+ *  character. */
 template <class Text>
 auto c_string(const Text& text)
 {
@@ -184,11 +202,13 @@ auto c_string(const Text& text)
 } // namespace detail
 /** @endcond */
 
-/** A path in any of its forms: UTF-8 or a filesystem path, wide, or UTF-32. */
+/**
+ * @brief A path as a function takes it: narrow (UTF-8), a std::filesystem::path, wide or UTF-32.
+ * Every form converts implicitly.
+ */
 class path_argument
 {
 public:
-    // Implicit, so that a path is given as it is at hand.
     /** A path in any of the forms. */
     /** @{ */
     path_argument(const char* path) : path_{std::string{path}} {}
@@ -210,7 +230,7 @@ public:
         return wide(detail::c_string(std::get<std::wstring>(path_)), arguments...);
     }
 
-    /** The path in UTF-8, for messages. */
+    /** @brief Returns the path in UTF-8. */
     [[nodiscard]] std::string text() const
     {
         if (const auto* text = std::get_if<std::string>(&path_))
@@ -247,7 +267,7 @@ inline std::string subject(int id)
     return id == 0 ? std::string{} : std::to_string(id);
 }
 
-/** Reports the outcome of a call; true when it succeeded. Further: what it failed on. */
+/** Reports the result of a call and returns it. The further arguments are what it failed on. */
 template <class... Subject>
 bool report(bool succeeded, std::error_code& ec, const char* operation, const Subject&... on)
 {
@@ -263,7 +283,7 @@ bool report(bool succeeded, std::error_code& ec, const char* operation, const Su
     return succeeded;
 }
 
-/** A text field up to its NUL, without the newline that reports leave at its end. */
+/** A string field without the newline at the end of a line of a report. */
 inline std::string field(const char* text)
 {
     std::string value = text;
@@ -280,7 +300,7 @@ inline std::chrono::local_seconds local(const TARVELO_LIBTIME& time)
     return local_days{day} + hours{time.nHour} + minutes{time.nMinute} + seconds{time.nSecond};
 }
 
-/** A field of a record, when its bit says that it is known. */
+/** The value of a field, if its bit marks it as known. */
 template <class Record, class Bit, class Value>
 std::optional<Value> known(const Record& record, Bit bit, Value value)
 {
@@ -292,8 +312,8 @@ inline std::chrono::sys_time<std::chrono::nanoseconds> time(int64_t nanoseconds)
     return std::chrono::sys_time<std::chrono::nanoseconds>{std::chrono::nanoseconds{nanoseconds}};
 }
 
-/** Passes each record of a listing to a function; an exception in it ends the listing and is thrown
- *  on. */
+/** Passes each record of a listing to a function; an exception in it ends the listing and is
+ *  rethrown. */
 template <class Record, class Function, class List>
 bool each(Function& function, List list)
 {
@@ -322,7 +342,7 @@ bool each(Function& function, List list)
     return listed;
 }
 
-/** Texts that the library allocated, as a range that owns them. */
+/** Strings that the library allocated, as a range that owns them. */
 template <class Element>
 class rows
 {
@@ -389,11 +409,11 @@ private:
 } // namespace detail
 /** @endcond */
 
-/** Files and folders. */
+/** Operations on files and folders. */
 namespace file
 {
 
-/** What attributes() tells. */
+/** @brief Size, times and flags of a file or folder, from attributes(). */
 struct attributes_record
 {
     std::uint64_t size = 0;            /**< In bytes. */
@@ -402,10 +422,18 @@ struct attributes_record
     std::chrono::sys_seconds modified; /**< Last modification. */
     bool is_file = false;              /**< False for a folder. */
     bool is_hidden = false;            /**< The path as given begins with a dot. */
-    bool is_readable = false;          /**< By this process. */
+    bool is_readable = false;          /**< This process may read it. */
 };
 
-/** See Mirovan_File_GetFileAttrA(). */
+/**
+ * @brief Returns size, times and flags of a file or folder; symbolic links are followed.
+ *
+ * @param path path of the file or folder.
+ * @param ec receives ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND if the file does not exist or its status
+ *           cannot be read; cleared on success.
+ * @return the attributes; on failure an empty record.
+ * @see walk(), Mirovan_File_GetFileAttrA()
+ */
 inline attributes_record attributes(const path_argument& path, std::error_code& ec)
 {
     MIROVAN_FILE_ATTR record{};
@@ -428,8 +456,16 @@ inline attributes_record attributes(const path_argument& path)
     return attributes(path, detail::throws);
 }
 
-/** Creates a folder and those above it; a success too if anything, a file as well, exists there. See
- *  Mirovan_File_CreateMutilFolderA(). */
+/**
+ * @brief Creates a folder and all missing folders above it.
+ *
+ * If anything exists at the path, a file too, nothing happens.
+ *
+ * @param path path of the folder.
+ * @param ec receives ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if a folder cannot be created; the
+ *           folders above it may have been created. Cleared on success.
+ * @see delete_folder(), Mirovan_File_CreateMutilFolderA()
+ */
 inline void create_folders(const path_argument& path, std::error_code& ec)
 {
     detail::report(path.call(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW), ec,
@@ -441,7 +477,17 @@ inline void create_folders(const path_argument& path)
     return create_folders(path, detail::throws);
 }
 
-/** See Mirovan_File_DeleteMutilFolderA(). */
+/**
+ * @brief Deletes a folder and its content; symbolic links in it are removed, not followed.
+ *
+ * If the path does not exist or is not a folder, nothing happens. Entries that cannot be deleted do
+ * not stop the deletion of the others.
+ *
+ * @param path path of the folder; if it is a symbolic link to a folder, the link alone is removed.
+ * @param ec receives ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED and the first errno if an entry
+ *           cannot be deleted; cleared on success.
+ * @see empty_folder(), Mirovan_File_DeleteMutilFolderA()
+ */
 inline void delete_folder(const path_argument& path, std::error_code& ec)
 {
     detail::report(
@@ -454,7 +500,14 @@ inline void delete_folder(const path_argument& path)
     return delete_folder(path, detail::throws);
 }
 
-/** Deletes what is in a folder and keeps it; see Mirovan_File_DeleteMutilFolderA(). */
+/**
+ * @brief Deletes the content of a folder and keeps the folder.
+ *
+ * @param path path of the folder, or of a symbolic link to it.
+ * @param ec receives ::ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED and the first errno if an entry
+ *           cannot be deleted; cleared on success.
+ * @see delete_folder(), Mirovan_File_DeleteMutilFolderA()
+ */
 inline void empty_folder(const path_argument& path, std::error_code& ec)
 {
     detail::report(
@@ -467,10 +520,20 @@ inline void empty_folder(const path_argument& path)
     return empty_folder(path, detail::throws);
 }
 
-/** See Mirovan_File_SaveBuffToFileA(); at most 2 GiB less one byte. */
+/**
+ * @brief Writes a file, replacing its content; creates missing folders.
+ *
+ * @param path path of the file.
+ * @param content the bytes, at most 2 GiB less one; they may contain null bytes.
+ * @param ec receives ::ERROR_MIROVAN_FILE_SAVE_OPEN if the file cannot be opened or not all bytes
+ *           could be written (the file is then incomplete),
+ *           ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if its folder cannot be created,
+ *           ::ERROR_MIROVAN_FILE_SAVE_PARAMETER if the content is too long. Cleared on success.
+ * @see copy(), create_zero_filled(), Mirovan_File_SaveBuffToFileA()
+ */
 inline void save(const path_argument& path, std::string_view content, std::error_code& ec)
 {
-    // A length that an int cannot hold is refused like a negative one.
+    // A length that does not fit into an int is rejected like a negative one.
     const bool fits = content.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
     const int length = fits ? static_cast<int>(content.size()) : -1;
     detail::report(path.call(Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW,
@@ -483,7 +546,16 @@ inline void save(const path_argument& path, std::string_view content)
     return save(path, content, detail::throws);
 }
 
-/** See Mirovan_File_CreateSparseFileA(). */
+/**
+ * @brief Creates a file of zero bytes, all of which are allocated; an existing file is replaced.
+ *
+ * @param path path of the file, in an existing folder.
+ * @param size size in bytes, 1 or more.
+ * @param ec receives ::ERROR_MIROVAN_FILE_SPARSE_OPEN if the file cannot be opened,
+ *           ::ERROR_MIROVAN_FILE_SPARSE_WRITE if the volume is full (the file is then incomplete),
+ *           ::ERROR_MIROVAN_FILE_SPARSE_PARAMETER for a size below 1. Cleared on success.
+ * @see save(), Mirovan_File_CreateSparseFileA()
+ */
 inline void create_zero_filled(const path_argument& path, std::int64_t size, std::error_code& ec)
 {
     detail::report(path.call(Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW,
@@ -496,14 +568,26 @@ inline void create_zero_filled(const path_argument& path, std::int64_t size)
     return create_zero_filled(path, size, detail::throws);
 }
 
-/** What copy() does with a destination that exists. */
+/** @brief What copy() does if the destination exists. */
 enum class existing
 {
-    replace,
-    refuse
+    replace, /**< Its content is replaced. */
+    refuse   /**< The copy fails. */
 };
 
-/** See Mirovan_File_CopyFileA(). */
+/**
+ * @brief Copies the content and the read, write and execute permissions of a file; creates missing
+ * folders.
+ *
+ * @param from path of a regular file; symbolic links are followed.
+ * @param to path of the copy.
+ * @param destination whether the content of an existing file is replaced or the copy fails.
+ * @param ec receives ::ERROR_MIROVAN_FILE_COPY_EXIST if the destination exists and existing::refuse
+ *           is given, ::ERROR_MIROVAN_FILE_COPY_FAILED if the file cannot be copied (the copy may
+ *           be incomplete), ::ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED if the folder of the copy
+ *           cannot be created. Cleared on success.
+ * @see save(), Mirovan_File_CopyFileA()
+ */
 inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
                  existing destination, std::error_code& ec)
 {
@@ -512,7 +596,7 @@ inline void copy(const std::filesystem::path& from, const std::filesystem::path&
                                           destination == existing::refuse),
                    ec, "copy", from, " to ", to);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline void copy(const std::filesystem::path& from, const std::filesystem::path& to,
                  std::error_code& ec)
 {
@@ -525,7 +609,7 @@ inline void copy(const std::filesystem::path& from, const std::filesystem::path&
     return copy(from, to, destination, detail::throws);
 }
 
-/** See Mirovan_File_CopyFileW(). */
+/** @brief The same for wide paths. */
 inline void copy(const std::wstring& from, const std::wstring& to, existing destination,
                  std::error_code& ec)
 {
@@ -533,7 +617,7 @@ inline void copy(const std::wstring& from, const std::wstring& to, existing dest
                                           destination == existing::refuse),
                    ec, "copy", from, " to ", to);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline void copy(const std::wstring& from, const std::wstring& to, std::error_code& ec)
 {
     return copy(from, to, existing::replace, ec);
@@ -545,37 +629,49 @@ inline void copy(const std::wstring& from, const std::wstring& to,
     return copy(from, to, destination, detail::throws);
 }
 
-/** What list() lists. */
+/** @brief The kinds of entries that list() returns. */
 enum class kind
 {
-    files = 1,
-    folders = 2,
-    all = 3
+    files = 1,   /**< All entries that are not folders. */
+    folders = 2, /**< Folders. */
+    all = 3      /**< Both. */
 };
 
-/** How deep list() goes. */
+/** @brief Whether list() descends into folders. */
 enum class depth
 {
-    one_level,
-    whole_tree
+    one_level, /**< The entries of the folder. */
+    whole_tree /**< All entries below the folder. */
 };
 
-/** The paths that list() found. */
+/**
+ * @brief The paths that list() returns: a sized, random-access range that owns them; an element is
+ * a std::filesystem::path.
+ */
 using path_list = detail::rows<std::filesystem::path>;
 
 /**
- * The entries of a folder or of the tree below it; see Mirovan_File_EnumFileA().
+ * @brief Returns the paths in a folder, or in the tree below it.
  *
- * A path is a pattern only with a star in its last part, such as "folder/\*.txt": of the pattern
- * only the extension counts, and it selects the files whose extension begins with it. Finding
- * nothing is a success here: the range is empty. Paths of more than 1,023 bytes are left out.
+ * A path is a pattern if its last part contains a star and nothing of that name exists, such as
+ * "folder/\*.txt". Only the extension of a pattern counts: it selects the files whose extension
+ * begins with it, in any case. Folders are listed whatever their names. Paths of more than 1,023
+ * bytes are left out; walk() reports them.
+ *
+ * @param folder_or_pattern a folder, or a pattern.
+ * @param what the kinds of entries to list.
+ * @param how_deep the folder alone, or the whole tree below it; symbolic links are not followed.
+ * @param ec receives ::ERROR_MIROVAN_FILE_ENUM_NOTDIR if the folder does not exist or cannot be
+ *           read, or, with a whole tree, if a name is not valid UTF-8. Cleared on success.
+ * @return the paths, in no particular order; an empty range if there are none.
+ * @see walk(), Mirovan_File_EnumFileA()
  */
 inline path_list list(const std::filesystem::path& folder_or_pattern, kind what, depth how_deep,
                       std::error_code& ec)
 {
     std::string path = folder_or_pattern.native();
     const std::size_t last = path.find_last_of('/') + 1;
-    // A slash at its end keeps a path that does not exist from being read as a pattern.
+    // With a slash at its end a path that does not exist is not taken for a pattern.
     if (!path.empty() && path.find('*', last) == std::string::npos)
         path += '/';
     char** table = nullptr;
@@ -588,13 +684,13 @@ inline path_list list(const std::filesystem::path& folder_or_pattern, kind what,
     detail::report(found || empty, ec, "list", folder_or_pattern);
     return {table, found ? count : 0};
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline path_list list(const std::filesystem::path& folder_or_pattern, kind what,
                       std::error_code& ec)
 {
     return list(folder_or_pattern, what, depth::one_level, ec);
 }
-/** The same with defaults. */
+/** The same with default arguments. */
 inline path_list list(const std::filesystem::path& folder_or_pattern, std::error_code& ec)
 {
     return list(folder_or_pattern, kind::files, depth::one_level, ec);
@@ -606,53 +702,53 @@ inline path_list list(const std::filesystem::path& folder_or_pattern, kind what 
     return list(folder_or_pattern, what, how_deep, detail::throws);
 }
 
-/** What an entry of walk() is. */
+/** @brief The kinds of entries that walk() returns; symbolic links are not followed. */
 enum class entry_kind
 {
-    unknown = MIROVAN_KIND_UNKNOWN,
-    file = MIROVAN_KIND_FILE,
-    folder = MIROVAN_KIND_FOLDER,
-    link = MIROVAN_KIND_LINK,
-    other = MIROVAN_KIND_OTHER
+    unknown = MIROVAN_KIND_UNKNOWN, /**< The file system does not report it. */
+    file = MIROVAN_KIND_FILE,       /**< A regular file. */
+    folder = MIROVAN_KIND_FOLDER,   /**< A folder. */
+    link = MIROVAN_KIND_LINK,       /**< A symbolic link. */
+    other = MIROVAN_KIND_OTHER      /**< A device, FIFO or socket. */
 };
 
-/** A moment, to the nanosecond. */
+/** @brief A time in UTC with a resolution of a nanosecond. */
 using time_point = std::chrono::sys_time<std::chrono::nanoseconds>;
 
-/** The status of an entry of walk(). */
+/** @brief The status of an entry, from walk(). */
 struct status_record
 {
     std::uint64_t size = 0;        /**< In bytes. */
-    std::uint64_t allocated = 0;   /**< Bytes that it takes on the volume. */
+    std::uint64_t allocated = 0;   /**< Bytes allocated on the volume. */
     time_point modified;           /**< Last modification. */
     time_point accessed;           /**< Last access. */
     time_point changed;            /**< Last change of the status. */
     std::uint32_t permissions = 0; /**< Permission bits. */
-    std::uint64_t device = 0;      /**< Device of its volume. */
-    std::uint64_t inode = 0;       /**< Number on its volume. */
+    std::uint64_t device = 0;      /**< Device number of its volume. */
+    std::uint64_t inode = 0;       /**< Inode number. */
     std::uint64_t links = 0;       /**< Number of hard links. */
     std::uint32_t user_id = 0;     /**< Owner. */
     std::uint32_t group_id = 0;    /**< Group. */
 };
 
-/** What walk() finds. */
+/** @brief An entry, from walk(). */
 struct entry
 {
-    std::filesystem::path path;          /**< The folder given and the names below it. */
-    entry_kind kind{};                   /**< What it is. */
-    int depth = 0;                       /**< 1 in the folder given. */
-    int error = 0;                       /**< errno: why it, or what is in it, cannot be read. */
-    std::optional<status_record> status; /**< When asked for, and known. */
-    std::filesystem::path link_target;   /**< Of a symbolic link, with the status. */
+    std::filesystem::path path; /**< The given folder and the names below it. */
+    entry_kind kind{};          /**< Kind of the entry. */
+    int depth = 0;              /**< 1 in the given folder. */
+    int error = 0;              /**< errno: why it, or its content, cannot be read; else 0. */
+    std::optional<status_record> status; /**< With `with_status`, if known. */
+    std::filesystem::path link_target;   /**< Target of a symbolic link, with `with_status`. */
 };
 
-/** Options of walk(). */
+/** @brief Options of walk() and for_each_entry(). */
 struct walk_options
 {
     int max_depth = 0;         /**< Deepest level; 0 for all. */
-    std::string pattern = {};  /**< For names, as fnmatch() has it; empty for all. */
+    std::string pattern = {};  /**< For names, as in fnmatch(); empty for all. */
     bool same_volume = false;  /**< Do not enter other volumes. */
-    bool folders_last = false; /**< Folders after what is in them. */
+    bool folders_last = false; /**< Folders after their content. */
     bool with_status = false;  /**< Read the status of each entry. */
 };
 
@@ -685,7 +781,7 @@ inline entry to_entry(const MIROVAN_WALK_ENTRY& from)
     return to;
 }
 
-/** Calls a function for each entry; an exception in it ends the walk and is thrown on. */
+/** Calls a function for each entry; an exception in it ends the walk and is rethrown. */
 template <class Function>
 bool walk(const std::filesystem::path& folder, const walk_options& options, Function&& function)
 {
@@ -724,16 +820,28 @@ bool walk(const std::filesystem::path& folder, const walk_options& options, Func
 } // namespace impl
 /** @endcond */
 
-/** What the function of for_each_entry() returns. */
+/** @brief Return values of the function of for_each_entry(). */
 enum class next
 {
-    go_on = MIROVAN_WALK_CONTINUE,
-    skip = MIROVAN_WALK_SKIP, /**< Do not enter this folder. */
-    stop = MIROVAN_WALK_STOP
+    go_on = MIROVAN_WALK_CONTINUE, /**< Continue. */
+    skip = MIROVAN_WALK_SKIP,      /**< Do not enter this folder. */
+    stop = MIROVAN_WALK_STOP       /**< End the walk. */
 };
 
-/** Calls a function, which takes an entry and returns what is next, for each entry below a folder;
- *  see Mirovan_File_Walk(). */
+/**
+ * @brief Passes each entry below a folder to a function.
+ *
+ * An entry, or a folder, that cannot be read does not end the walk: the entry is passed with its
+ * errno in `error`. Paths may have any length.
+ *
+ * @param folder path of the folder, which is not passed itself.
+ * @param options depth, pattern, volumes, order, and whether to read the status.
+ * @param function called with each entry; returns a value of next, which continues the walk, skips
+ *                 the folder or stops. An exception that it throws ends the walk and is rethrown.
+ * @param ec receives ::ERROR_MIROVAN_FILE_WALK_FAILED if the folder cannot be opened,
+ *           ::ERROR_MIROVAN_FILE_WALK_PARAMETER for a negative depth; cleared on success.
+ * @see walk(), Mirovan_File_Walk()
+ */
 template <class Function>
 void for_each_entry(const std::filesystem::path& folder, const walk_options& options,
                     Function&& function, std::error_code& ec)
@@ -749,21 +857,22 @@ void for_each_entry(const std::filesystem::path& folder, const walk_options& opt
 }
 
 /**
- * The entries below a folder, as a range that is read as the walk goes on.
+ * @brief The entries below a folder as an input range, from walk().
  *
- * It reads one folder at a time, just before it comes to its entry, and keeps what is in the folders
- * above. See Mirovan_File_Walk().
+ * The range reads one folder at a time, immediately before the entry of the folder is returned, and
+ * keeps the unread entries of the folders above it. An entry, or a folder, that cannot be read does
+ * not end the walk: its entry has the errno in `error`.
  */
 class walk_range
 {
 public:
-    /** An iterator that is passed once. */
+    /** @brief A single-pass iterator. */
     class iterator
     {
     public:
-        using iterator_concept = std::input_iterator_tag; /**< Passed once. */
-        using value_type = entry;                         /**< What it gives. */
-        using difference_type = std::ptrdiff_t;           /**< As iterators have it. */
+        using iterator_concept = std::input_iterator_tag; /**< Single-pass. */
+        using value_type = entry;                         /**< The element. */
+        using difference_type = std::ptrdiff_t;           /**< Unused. */
 
         iterator() = default;
         /** @cond internal */
@@ -795,11 +904,11 @@ public:
     }
     /** @endcond */
 
-    /** Starts, once. */
+    /** @brief Starts the walk; to be called once. */
     iterator begin() { return iterator{this}; }
-    /** The end of the walk. */
+    /** @brief The end of the walk. */
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }
-    /** Leaves out what is in the folder that the iterator is at. */
+    /** @brief Skips the content of the folder that the iterator is at. */
     void skip()
     {
         if (entered_)
@@ -880,16 +989,26 @@ private:
     std::uint64_t device_ = 0;
     std::vector<level> levels_;
     std::optional<entry> now_;
-    bool entered_ = false; ///< The level on top is what is in now_.
+    bool entered_ = false; ///< The top level is the content of now_.
 };
 
-/** The entries below a folder; see walk_range. */
+/**
+ * @brief Returns the entries below a folder as a range.
+ *
+ * @param folder path of the folder, which is not returned itself.
+ * @param options depth, pattern, volumes, order, and whether to read the status.
+ * @param ec receives ::ERROR_MIROVAN_FILE_WALK_FAILED if the folder cannot be opened,
+ *           ::ERROR_MIROVAN_FILE_WALK_PARAMETER for a negative depth; cleared on success.
+ * @return the entries, each folder before its content unless `folders_last` is set; on failure an
+ *         empty range.
+ * @see for_each_entry(), list(), Mirovan_File_Walk()
+ */
 inline walk_range walk(const std::filesystem::path& folder, const walk_options& options,
                        std::error_code& ec)
 {
     return {folder, options, ec};
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline walk_range walk(const std::filesystem::path& folder, std::error_code& ec)
 {
     return walk(folder, walk_options{}, ec);
@@ -902,29 +1021,37 @@ inline walk_range walk(const std::filesystem::path& folder, const walk_options& 
 
 } // namespace file
 
-/** The machine. */
+/** Queries of the hardware. */
 namespace hardware
 {
 
-/** The kinds of file systems that volume() tells apart. */
+/** @brief The file systems that volume() distinguishes. */
 enum class file_system
 {
-    other = 0,
-    fat = 1,
-    ntfs = 2,
-    ext = 4,
-    apfs = 5
+    other = 0, /**< Any other. */
+    fat = 1,   /**< FAT and exFAT. */
+    ntfs = 2,  /**< NTFS. */
+    ext = 4,   /**< The ext family. */
+    apfs = 5   /**< APFS. */
 };
 
-/** What volume() tells. */
+/** @brief File system and sizes of a volume, from volume(). */
 struct volume_record
 {
     file_system kind = file_system::other; /**< Its file system. */
     std::uint64_t size = 0;                /**< In bytes. */
-    std::uint64_t available = 0;           /**< In bytes, for an ordinary user. */
+    std::uint64_t available = 0;           /**< In bytes, available to an unprivileged user. */
 };
 
-/** See Mirovan_HardWare_GetDiskInfomation(). */
+/**
+ * @brief Returns the file system and the size of the volume that holds a path.
+ *
+ * @param path an existing path on the volume.
+ * @param ec receives ::ERROR_MIROVAN_HARDWARE_DISK_STATFS if the volume cannot be read; cleared on
+ *           success.
+ * @return file system, and sizes in bytes; on failure an empty record.
+ * @see volumes(), Mirovan_HardWare_GetDiskInfomation()
+ */
 inline volume_record volume(const std::filesystem::path& path, std::error_code& ec)
 {
     tag_Mirovan_Disk_Information record{};
@@ -938,10 +1065,23 @@ inline volume_record volume(const std::filesystem::path& path)
     return volume(path, detail::throws);
 }
 
-/** The names that volume_names() found. */
+/**
+ * @brief The names that volume_names() returns: a sized, random-access range that owns them; an
+ * element is a std::string.
+ */
 using name_list = detail::rows<std::string>;
 
-/** See Mirovan_HardWare_GetDiskNumber(). */
+/**
+ * @brief Returns the names of the writable volumes in the storage report of the system.
+ *
+ * It runs a command, which takes seconds on macOS. volumes() returns mount points and sizes, and
+ * runs none.
+ *
+ * @param ec receives ::ERROR_MIROVAN_HARDWARE_PARAMETER if the report is unavailable; cleared on
+ *           success.
+ * @return the names, which are not always paths.
+ * @see volumes(), Mirovan_HardWare_GetDiskNumber()
+ */
 inline name_list volume_names(std::error_code& ec)
 {
     char** table = nullptr;
@@ -955,17 +1095,28 @@ inline name_list volume_names()
     return volume_names(detail::throws);
 }
 
-/** What processor() tells; what the machine does not is empty or 0. */
+/**
+ * @brief Processor and model, from processor(). Unknown values are empty or 0; `online` is -1.
+ */
 struct processor_record
 {
     std::string name;     /**< Name of the processor. */
     std::string model;    /**< Model identifier of the machine. */
-    int megahertz = 0;    /**< Speed. */
+    int megahertz = 0;    /**< Speed in MHz. */
     int online = 0;       /**< Processors online. */
     unsigned threads = 0; /**< Hardware threads. */
 };
 
-/** See Mirovan_HardWare_GetCpuInfomation(). */
+/**
+ * @brief Returns the name of the processor, the model identifier and the processor counts.
+ *
+ * It runs a command, which takes seconds on macOS.
+ *
+ * @param ec receives ::ERROR_MIROVAN_HARDWARE_PARAMETER if the report of the system is unavailable;
+ *           cleared on success.
+ * @return the processor; the speed is 0 on Apple silicon, which does not report it.
+ * @see system::identity(), Mirovan_HardWare_GetCpuInfomation()
+ */
 inline processor_record processor(std::error_code& ec)
 {
     tag_Mirovan_Cpu_Information record{};
@@ -979,7 +1130,7 @@ inline processor_record processor()
     return processor(detail::throws);
 }
 
-/** What serials() tells; what the machine does not is empty. */
+/** @brief Identifiers of the machine, from serials(). Unknown identifiers are empty. */
 struct serial_record
 {
     std::string platform;      /**< Serial number in the device registry. */
@@ -988,7 +1139,16 @@ struct serial_record
     std::string hardware_uuid; /**< Of the hardware. */
 };
 
-/** See Mirovan_HardWare_GetSerial(). */
+/**
+ * @brief Returns the serial numbers and UUIDs of the machine.
+ *
+ * It runs a command for each of them, which takes seconds on macOS. On Linux only root can read the
+ * serial numbers.
+ *
+ * @param ec receives ::ERROR_MIROVAN_HARDWARE_PARAMETER if memory runs out; cleared on success.
+ * @return the identifiers, without the newlines of the reports.
+ * @see Mirovan_HardWare_GetSerial()
+ */
 inline serial_record serials(std::error_code& ec)
 {
     tag_Mirovan_SdkSerial_Information record{};
@@ -1002,7 +1162,7 @@ inline serial_record serials()
     return serials(detail::throws);
 }
 
-/** A mounted volume; see Mirovan_HardWare_ListVolumes(). What is unknown has no value. */
+/** @brief A mounted volume, from volumes(). Unknown values are empty. */
 struct volume_details
 {
     std::filesystem::path mount_point;      /**< Where it is mounted. */
@@ -1012,12 +1172,23 @@ struct volume_details
     std::optional<std::uint64_t> total;     /**< Size in bytes. */
     std::optional<std::uint64_t> free;      /**< Free bytes. */
     std::optional<std::uint64_t> available; /**< Free bytes for an unprivileged user. */
-    std::optional<bool> read_only;          /**< Mounted for reading alone. */
+    std::optional<bool> read_only;          /**< Mounted read-only. */
     std::optional<bool> removable;          /**< Its medium can be removed. */
     std::optional<bool> local;              /**< On this machine. */
 };
 
-/** The mounted volumes. @param flags values of ::Mirovan_VolumeFlag, or 0 */
+/**
+ * @brief Returns the mounted volumes, each once.
+ *
+ * Kernel and memory file systems, bind mounts and the layers of an overlay are left out.
+ *
+ * @param flags ::Mirovan_VolumeFlag bits, or 0. Without ::MIROVAN_VOLUMES_NETWORK_SIZES the sizes
+ *              of network volumes are unknown.
+ * @param ec receives ::ERROR_MIROVAN_HARDWARE_VOLUMES_FAILED if the list cannot be read; cleared on
+ *           success.
+ * @return the volumes; on failure an empty vector.
+ * @see volume(), Mirovan_HardWare_ListVolumes()
+ */
 inline std::vector<volume_details> volumes(std::uint32_t flags, std::error_code& ec)
 {
     std::vector<volume_details> found;
@@ -1051,20 +1222,33 @@ inline std::vector<volume_details> volumes(std::uint32_t flags = 0)
 
 } // namespace hardware
 
-/** Processes and commands. A process id of 0 is the calling process, but for info(). */
+/**
+ * Operations on processes and commands. A process id of 0 is the calling process, except for
+ * info().
+ */
 namespace process
 {
 
-/** Which lines of an output to take: so many (0: all) from this one on, counted from 1. */
+/** @brief Selects lines of an output. */
 struct lines
 {
     int count = 0; /**< How many; 0 for all. */
     int first = 1; /**< Number of the first. */
 };
 
-/** The lines of a shell command's output, however many; see Mirovan_Process_ReadCmdLines(). Of a line,
- *  or of 2,047 bytes of a longer one, what follows a null byte is left out: execute() returns every
- *  byte. */
+/**
+ * @brief Runs a shell command and returns lines of its output, of any length.
+ *
+ * Of a line, and of each 2,047 bytes of a longer one, the part after a null byte is left out;
+ * execute_line() returns every byte, and how the command ended. stderr is inherited.
+ *
+ * @param command command line for /bin/sh.
+ * @param selection the lines to return; by default all.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_ACCESS if the shell cannot be started or its output
+ *           cannot be read; cleared on success, whatever the exit status of the command is.
+ * @return the selected lines with their newlines.
+ * @see execute_line(), Mirovan_Process_ReadCmdLines()
+ */
 inline std::string output(const std::string& command, lines selection, std::error_code& ec)
 {
     std::string text;
@@ -1078,7 +1262,7 @@ inline std::string output(const std::string& command, lines selection, std::erro
                    ec, "output", command);
     return text;
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline std::string output(const std::string& command, std::error_code& ec)
 {
     return output(command, lines{}, ec);
@@ -1089,20 +1273,30 @@ inline std::string output(const std::string& command, lines selection = {})
     return output(command, selection, detail::throws);
 }
 
-/** What info() tells. */
+/** @brief Snapshot of a process, from info(). */
 struct info_record
 {
     int id = 0;                      /**< Process id. */
     int threads = 0;                 /**< Number of threads. */
     std::string name;                /**< The system's short name for it. */
     std::string user;                /**< Login name of its user. */
-    bool running = false;            /**< It runs or is about to. */
+    bool running = false;            /**< It is running or runnable. */
     std::uint64_t virtual_size = 0;  /**< In bytes, below 16 GiB. */
     std::uint64_t resident_size = 0; /**< In bytes, below 16 GiB. */
     int page_ins = 0;                /**< Page-ins divided by 4. */
 };
 
-/** See Mirovan_Process_GetProcessInfo(). */
+/**
+ * @brief Returns a snapshot of a process.
+ *
+ * get_record() returns exact sizes and optional values.
+ *
+ * @param id process id; 0 does not stand for the calling process here.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_INFO_FAILED if the process cannot be read or its user
+ *           has no account; cleared on success.
+ * @return the snapshot; on failure an empty record.
+ * @see get_record(), Mirovan_Process_GetProcessInfo()
+ */
 inline info_record info(int id, std::error_code& ec)
 {
     tag_Mirovan_Process_Infomation record{};
@@ -1123,14 +1317,25 @@ inline info_record info(int id)
     return info(id, detail::throws);
 }
 
-/** In thousandths of a processor; see Mirovan_Process_GetProcessCpuUsage(). */
+/**
+ * @brief Returns the processor usage of a process in thousandths of a processor.
+ *
+ * On Linux it is the average over the lifetime of the process; usage_sampler measures it between
+ * two calls.
+ *
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_ACCESS if the process cannot be read; cleared on
+ *           success.
+ * @return the usage; 1,000 is one processor.
+ * @see usage_sampler, Mirovan_Process_GetProcessCpuUsage()
+ */
 inline int cpu_usage(int id, std::error_code& ec)
 {
     int usage = 0;
     detail::report(Mirovan_Process_GetProcessCpuUsage(&usage, id), ec, "cpu_usage", id);
     return usage;
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline int cpu_usage(std::error_code& ec)
 {
     return cpu_usage(0, ec);
@@ -1141,14 +1346,22 @@ inline int cpu_usage(int id = 0)
     return cpu_usage(id, detail::throws);
 }
 
-/** See Mirovan_Process_GetUpTime(). */
+/**
+ * @brief Returns the start time of a process in local time, in whole seconds.
+ *
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_ACCESS if the process cannot be read; cleared on
+ *           success.
+ * @return the start time; on failure 1970-01-01.
+ * @see get_record() for UTC in nanoseconds, Mirovan_Process_GetUpTime()
+ */
 inline std::chrono::local_seconds start_time(int id, std::error_code& ec)
 {
     TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
     detail::report(Mirovan_Process_GetUpTime(&time, id), ec, "start_time", id);
     return detail::local(time);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline std::chrono::local_seconds start_time(std::error_code& ec)
 {
     return start_time(0, ec);
@@ -1159,14 +1372,22 @@ inline std::chrono::local_seconds start_time(int id = 0)
     return start_time(id, detail::throws);
 }
 
-/** See Mirovan_Process_GetPath(). */
+/**
+ * @brief Returns the full path of the program that a process runs.
+ *
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_GET_FAILED if the path cannot be read; cleared on
+ *           success.
+ * @return the path; on failure an empty path.
+ * @see Mirovan_Process_GetPath()
+ */
 inline std::filesystem::path path(int id, std::error_code& ec)
 {
     char buffer[MIROVAN_PATH_SIZE] = "";
     detail::report(Mirovan_Process_GetPath(buffer, id), ec, "path", id);
     return buffer;
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline std::filesystem::path path(std::error_code& ec)
 {
     return path(0, ec);
@@ -1177,20 +1398,33 @@ inline std::filesystem::path path(int id = 0)
     return path(id, detail::throws);
 }
 
-/** See Mirovan_Process_IsAdmin(). */
+/**
+ * @brief Returns whether the calling process runs as root. It cannot fail.
+ *
+ * @return true if the effective user id is 0.
+ * @see Mirovan_Process_IsAdmin()
+ */
 inline bool is_admin()
 {
     return Mirovan_Process_IsAdmin();
 }
 
-/** See Mirovan_Process_GetPriority(). */
+/**
+ * @brief Returns the priority (nice value) of a process.
+ *
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_GETPRIORITY_FAILED if there is no such process;
+ *           cleared on success.
+ * @return -20 (scheduled first) to 20 (scheduled last).
+ * @see set_priority(), Mirovan_Process_GetPriority()
+ */
 inline int priority(int id, std::error_code& ec)
 {
     int value = 0;
     detail::report(Mirovan_Process_GetPriority(&value, id), ec, "priority", id);
     return value;
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline int priority(std::error_code& ec)
 {
     return priority(0, ec);
@@ -1201,12 +1435,21 @@ inline int priority(int id = 0)
     return priority(id, detail::throws);
 }
 
-/** See Mirovan_Process_SetPriority(). */
+/**
+ * @brief Sets the priority (nice value) of a process.
+ *
+ * @param value -20 (scheduled first) to 20 (scheduled last).
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_SETPRIORITY_RANGE for a value outside the range,
+ *           ::ERROR_MIROVAN_PROCESS_SETPRIORITY_FAILED if there is no such process or it is not
+ *           permitted; cleared on success.
+ * @see priority(), Mirovan_Process_SetPriority()
+ */
 inline void set_priority(int value, int id, std::error_code& ec)
 {
     detail::report(Mirovan_Process_SetPriority(value, id), ec, "set_priority", id);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline void set_priority(int value, std::error_code& ec)
 {
     return set_priority(value, 0, ec);
@@ -1217,7 +1460,14 @@ inline void set_priority(int value, int id = 0)
     return set_priority(value, id, detail::throws);
 }
 
-/** Interrupts a process and waits for it when it is a child; see Mirovan_Process_Stop(). */
+/**
+ * @brief Interrupts a process (SIGINT) and, if it is a child of the caller, waits until it ends.
+ *
+ * @param id process id, above 0.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_STOP_KILL if there is no such process,
+ *           ::ERROR_MIROVAN_PROCESS_ACCESS if it is not permitted; cleared on success.
+ * @see stop_matching(), wait(), Mirovan_Process_Stop()
+ */
 inline void stop(int id, std::error_code& ec)
 {
     detail::report(Mirovan_Process_Stop(nullptr, id, false), ec, "stop", id);
@@ -1228,7 +1478,16 @@ inline void stop(int id)
     return stop(id, detail::throws);
 }
 
-/** The same for the first process whose line in the process list matches a grep pattern. */
+/**
+ * @brief Interrupts the first process whose line in the output of ps matches a grep pattern, as
+ * stop() does.
+ *
+ * @param pattern a grep pattern, at most 974 bytes; an empty one matches nothing.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_NOTFOUND if no process matches,
+ *           ::ERROR_MIROVAN_PROCESS_STOP_FIND if ps cannot be run or the pattern is too long,
+ *           ::ERROR_MIROVAN_PROCESS_ACCESS if it is not permitted; cleared on success.
+ * @see processes(), stop(), Mirovan_Process_Stop()
+ */
 inline void stop_matching(const std::string& pattern, std::error_code& ec)
 {
     detail::report(Mirovan_Process_Stop(detail::c_string(pattern), 0, false), ec, "stop_matching",
@@ -1240,7 +1499,18 @@ inline void stop_matching(const std::string& pattern)
     return stop_matching(pattern, detail::throws);
 }
 
-/** Starts a program with an empty environment; see Mirovan_Process_CreateProcess(). */
+/**
+ * @brief Starts a program with an empty environment; does not wait for it.
+ *
+ * wait() must reap the child.
+ *
+ * @param program path of the program; PATH is not searched.
+ * @param arguments its arguments, separated by spaces; quotes have no special meaning.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_EXEC if the program cannot be started; cleared on
+ *           success.
+ * @return the process id.
+ * @see wait(), execute(), Mirovan_Process_CreateProcess()
+ */
 inline int create(const std::filesystem::path& program, const std::string& arguments,
                   std::error_code& ec)
 {
@@ -1253,7 +1523,7 @@ inline int create(const std::filesystem::path& program, const std::string& argum
                    ec, "create", program);
     return static_cast<int>(id);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline int create(const std::filesystem::path& program, std::error_code& ec)
 {
     return create(program, std::string{}, ec);
@@ -1264,7 +1534,20 @@ inline int create(const std::filesystem::path& program, const std::string& argum
     return create(program, arguments, detail::throws);
 }
 
-/** Starts a program with this one's environment; see Mirovan_Process_RunProcess(). */
+/**
+ * @brief Starts a program with the environment of the caller; does not wait for it.
+ *
+ * wait() must reap the child. A program that cannot be executed is not a failure: its process exits
+ * with status 127.
+ *
+ * @param program path of the program; PATH is not searched.
+ * @param name its argument zero.
+ * @param argument its first argument; may be null.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_FORK if the process cannot be created; cleared on
+ *           success.
+ * @return the process id.
+ * @see wait(), execute(), Mirovan_Process_RunProcess()
+ */
 inline int run(const std::filesystem::path& program, const std::string& name, const char* argument,
                std::error_code& ec)
 {
@@ -1274,7 +1557,7 @@ inline int run(const std::filesystem::path& program, const std::string& name, co
                    ec, "run", program);
     return static_cast<int>(id);
 }
-/** The same with a default. */
+/** The same with default arguments. */
 inline int run(const std::filesystem::path& program, const std::string& name, std::error_code& ec)
 {
     return run(program, name, nullptr, ec);
@@ -1286,7 +1569,15 @@ inline int run(const std::filesystem::path& program, const std::string& name,
     return run(program, name, argument, detail::throws);
 }
 
-/** See Mirovan_Process_GetProcessForCpu(). */
+/**
+ * @brief Returns the affinity tag of a thread.
+ *
+ * @param thread a live thread of this process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_GET_FAILED if the tag cannot be read; cleared on
+ *           success.
+ * @return the tag; 0 for no affinity.
+ * @see set_affinity_tag(), Mirovan_Process_GetProcessForCpu()
+ */
 inline int affinity_tag(pthread_t thread, std::error_code& ec)
 {
     unsigned long tag = 0;
@@ -1299,7 +1590,16 @@ inline int affinity_tag(pthread_t thread)
     return affinity_tag(thread, detail::throws);
 }
 
-/** See Mirovan_Process_SetProcessForCpu(). */
+/**
+ * @brief Sets the affinity tag of a thread; macOS tries to run threads of one tag on processors
+ * that share a cache.
+ *
+ * @param thread a live thread of this process.
+ * @param tag the tag; 0 for no affinity.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_SETCPU_FAILED if the tag cannot be set; cleared on
+ *           success.
+ * @see affinity_tag(), Mirovan_Process_SetProcessForCpu()
+ */
 inline void set_affinity_tag(pthread_t thread, int tag, std::error_code& ec)
 {
     detail::report(Mirovan_Process_SetProcessForCpu(thread, static_cast<unsigned long>(tag)), ec,
@@ -1314,7 +1614,7 @@ inline void set_affinity_tag(pthread_t thread, int tag)
 /** How a command ended. */
 enum class end
 {
-    unknown = MIROVAN_END_UNKNOWN,     /**< By itself; the system does not report how. */
+    unknown = MIROVAN_END_UNKNOWN,     /**< By itself; its status is unavailable. */
     exited = MIROVAN_END_EXITED,       /**< With an exit status. */
     signalled = MIROVAN_END_SIGNALLED, /**< By a signal. */
     limit = MIROVAN_END_LIMIT,         /**< At the limit. */
@@ -1322,44 +1622,48 @@ enum class end
     running = MIROVAN_END_RUNNING      /**< It still runs. */
 };
 
-/** What execute() and wait() return. */
+/** @brief How a command ended and what it used, from execute(), execute_line() and wait(). */
 struct command_result
 {
     end how = end::unknown;                   /**< How it ended. */
-    int id = 0;                               /**< Process id that it had. */
-    int exit_status = 0;                      /**< 0 when a signal ended it. */
+    int id = 0;                               /**< Process id. */
+    int exit_status = 0;                      /**< 0 if a signal ended it. */
     int signal = 0;                           /**< The signal that ended it; 0 for none. */
-    std::string output;                       /**< Its output, unless a function took it. */
-    std::string errors;                       /**< Its standard error, likewise. */
+    std::string output;                       /**< stdout, unless a function receives it. */
+    std::string errors;                       /**< stderr, unless a function receives it. */
     std::chrono::nanoseconds wall_time{};     /**< From start to end. */
     std::chrono::nanoseconds user_time{};     /**< Processor time in user mode. */
     std::chrono::nanoseconds system_time{};   /**< Processor time in the kernel. */
-    std::optional<std::uint64_t> peak_memory; /**< Most resident memory in bytes. */
+    std::optional<std::uint64_t> peak_memory; /**< Peak resident memory in bytes. */
 
-    /** The status as a shell has it: the exit status, or 128 and the signal. */
+    /**
+     * @brief Returns the status as a shell does: the exit status, or 128 and the number of the
+     * signal.
+     */
     [[nodiscard]] int status() const
     {
         constexpr int first_signal = 128;
         return signal != 0 ? first_signal + signal : exit_status;
     }
-    /** Whether it exited with 0. */
+    /** @brief Returns whether the command exited with status 0. */
     [[nodiscard]] bool ok() const { return how == end::exited && exit_status == 0; }
 };
 
-/** Receives output as it comes; returns false to end the command. */
+/** @brief Receives a chunk of output; returns false to end the command. */
 using output_function = std::function<bool(std::string_view)>;
 
-/** Options of execute(). */
+/** @brief Options of execute() and execute_line(). */
 struct execute_options
 {
-    std::filesystem::path folder = {};                        /**< Working directory. */
-    std::optional<std::vector<std::string>> environment = {}; /**< NAME=value; default: ours. */
-    std::optional<std::string> input = {};                    /**< For standard input. */
-    std::chrono::milliseconds limit = {};                     /**< 0 for none. */
-    std::optional<std::chrono::milliseconds> grace = {};      /**< From SIGTERM to SIGKILL. */
-    bool merge_errors = false;                                /**< Errors go where output goes. */
-    output_function on_output = {};                           /**< Instead of output. */
-    output_function on_errors = {};                           /**< Instead of errors. */
+    std::filesystem::path folder = {}; /**< Working directory. */
+    std::optional<std::vector<std::string>> environment =
+        {};                                              /**< NAME=value; default: inherited. */
+    std::optional<std::string> input = {};               /**< For standard input. */
+    std::chrono::milliseconds limit = {};                /**< 0 for none. */
+    std::optional<std::chrono::milliseconds> grace = {}; /**< From SIGTERM to SIGKILL. */
+    bool merge_errors = false;                           /**< Redirect stderr to stdout. */
+    output_function on_output = {};                      /**< Receives stdout. */
+    output_function on_errors = {};                      /**< Receives stderr. */
 };
 
 /** @cond internal */
@@ -1441,7 +1745,7 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
         command.nInputLen = options.input->size();
     }
     command.nLimitMs = options.limit.count();
-    // 0 stands for the default there.
+    // 0 selects the default there.
     if (options.grace)
         command.nGraceMs = options.grace->count() > 0 ? options.grace->count() : -1;
     command.pContext = &given;
@@ -1457,7 +1761,7 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
             return to.take(to.options.on_errors, to.result.errors, data, length);
         };
     if (detail::c_string(options.folder.native()) == nullptr || has_null(variables))
-        command.nSize = 0; // rejected, as it would be cut
+        command.nSize = 0; // rejected instead of truncated
     MIROVAN_COMMAND_RESULT record{};
     record.nSize = sizeof record;
     const bool executed = Mirovan_Process_Execute(&command, &record);
@@ -1474,13 +1778,29 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
 } // namespace impl
 /** @endcond */
 
-/** Runs a program, found on PATH, and waits for it; see Mirovan_Process_Execute(). */
+/**
+ * @brief Runs a program without a shell and waits for it.
+ *
+ * At the limit the command and the processes that it started receive SIGTERM, and SIGKILL after the
+ * grace period. An exception that a function of the options throws ends the command and is
+ * rethrown.
+ *
+ * @param arguments the program, which is searched for on PATH unless it contains a slash, and its
+ *                  arguments.
+ * @param options input, environment, folder, limit, and functions that receive the output.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_EXECUTE_FAILED if the program cannot be started
+ *           (std::errc::no_such_file_or_directory if it does not exist),
+ *           ::ERROR_MIROVAN_PROCESS_PARAMETER for an empty list, a negative limit or a null
+ *           character; cleared on success, however the command ended.
+ * @return how the command ended, its output, times and peak memory.
+ * @see execute_line(), create(), Mirovan_Process_Execute()
+ */
 inline command_result execute(const std::vector<std::string>& arguments,
                               const execute_options& options, std::error_code& ec)
 {
     return impl::execute(&arguments, nullptr, options, ec);
 }
-/** The same without options. */
+/** The same with default options. */
 inline command_result execute(const std::vector<std::string>& arguments, std::error_code& ec)
 {
     return execute(arguments, {}, ec);
@@ -1492,13 +1812,22 @@ inline command_result execute(const std::vector<std::string>& arguments,
     return execute(arguments, options, detail::throws);
 }
 
-/** Runs a command line in /bin/sh; see Mirovan_Process_Execute(). */
+/**
+ * @brief Runs a command line in /bin/sh and waits for it, as execute() does.
+ *
+ * @param line the command line. Never build one from untrusted text: use execute().
+ * @param options input, environment, folder, limit, and functions that receive the output.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_EXECUTE_FAILED if the shell cannot be started; cleared
+ *           on success, however the command ended.
+ * @return how the command ended, its output, times and peak memory.
+ * @see execute(), output(), Mirovan_Process_Execute()
+ */
 inline command_result execute_line(const std::string& line, const execute_options& options,
                                    std::error_code& ec)
 {
     return impl::execute(nullptr, &line, options, ec);
 }
-/** The same without options. */
+/** The same with default options. */
 inline command_result execute_line(const std::string& line, std::error_code& ec)
 {
     return execute_line(line, {}, ec);
@@ -1509,8 +1838,16 @@ inline command_result execute_line(const std::string& line, const execute_option
     return execute_line(line, options, detail::throws);
 }
 
-/** Waits for a child; end::running when it has not ended by then. See Mirovan_Process_Wait(). A
- *  limit below 0 waits for as long as it takes. */
+/**
+ * @brief Waits for a child that create() or run() started, and reaps it.
+ *
+ * @param id process id of the child.
+ * @param limit longest time to wait; 0 returns at once, below 0 waits without limit.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_WAIT_FAILED if it is not a child of the caller or has
+ *           been reaped already; cleared on success.
+ * @return how the child ended; `how` is end::running if it still runs.
+ * @see create(), run(), Mirovan_Process_Wait()
+ */
 inline command_result wait(int id, std::chrono::milliseconds limit, std::error_code& ec)
 {
     MIROVAN_COMMAND_RESULT record{};
@@ -1531,7 +1868,10 @@ inline command_result wait(int id, std::chrono::milliseconds limit = std::chrono
     return wait(id, limit, detail::throws);
 }
 
-/** A process; see Mirovan_Process_List(). What the system does not show has no value. */
+/**
+ * @brief A process, from processes() and get_record(). Values that the system does not show are
+ * empty.
+ */
 struct record
 {
     int id = 0;                                          /**< Process id. */
@@ -1577,7 +1917,14 @@ inline record to_record(const MIROVAN_PROCESS_RECORD& from)
 } // namespace impl
 /** @endcond */
 
-/** All processes; see Mirovan_Process_List(). */
+/**
+ * @brief Returns a record of each process.
+ *
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_LIST_FAILED if the processes cannot be listed; cleared
+ *           on success.
+ * @return the records; on failure an empty vector.
+ * @see get_record(), Mirovan_Process_List()
+ */
 inline std::vector<record> processes(std::error_code& ec)
 {
     std::vector<record> found;
@@ -1593,7 +1940,15 @@ inline std::vector<record> processes()
     return processes(detail::throws);
 }
 
-/** One process, 0 for the calling one; see Mirovan_Process_GetRecord(). */
+/**
+ * @brief Returns the record of one process.
+ *
+ * @param id process id; 0 for the calling process.
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_RECORD_FAILED if there is no such process
+ *           (std::errc::no_such_process) or it cannot be read; cleared on success.
+ * @return the record; on failure an empty one.
+ * @see processes(), usage_sampler, Mirovan_Process_GetRecord()
+ */
 inline record get_record(int id, std::error_code& ec)
 {
     MIROVAN_PROCESS_RECORD found{};
@@ -1607,15 +1962,24 @@ inline record get_record(int id = 0)
     return get_record(id, detail::throws);
 }
 
-/** The processor usage of a process between two calls. */
+/** @brief Measures the processor usage of a process between two calls. */
 class usage_sampler
 {
 public:
-    /** Starts to measure; throws mirovan::error when there is no such process. */
+    /**
+     * @brief Starts to measure.
+     *
+     * @param id process id; 0 for the calling process.
+     * @throws mirovan::error if there is no such process.
+     */
     explicit usage_sampler(int id = 0) : last_{get_record(id)} {}
 
-    /** How many processors it has used since the last call; nothing when it has ended, another
-     *  process has its id, or the system does not show it. */
+    /**
+     * @brief Returns the usage since the last call, or since the construction.
+     *
+     * @return the number of processors used, such as 1.5; empty if the process has ended, its id
+     *         has been reused, or the system does not show its times.
+     */
     std::optional<double> usage()
     {
         std::error_code ec;
@@ -1637,20 +2001,27 @@ private:
 
 } // namespace process
 
-/** The operating system. */
+/** Queries of the operating system and actions on it. */
 namespace system
 {
 
-/** What version() tells. */
+/** @brief Names and releases of the system, from version(). */
 struct version_record
 {
-    std::string name;       /**< The system's name. */
-    std::string release;    /**< The kernel's release. */
+    std::string name;       /**< Name of the system. */
+    std::string release;    /**< Release of the kernel. */
     std::string code_name;  /**< Code name of the system. */
     unsigned long type = 0; /**< Number of the kind of system. */
 };
 
-/** See Mirovan_System_GetSystemVer(). */
+/**
+ * @brief Returns the name and the release of the operating system's kernel.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED if they cannot be read; cleared on
+ *           success.
+ * @return name and release; the code name is "ventura" and the type 2 on every system.
+ * @see identity(), Mirovan_System_GetSystemVer()
+ */
 inline version_record version(std::error_code& ec)
 {
     char name[256] = "";
@@ -1667,7 +2038,12 @@ inline version_record version()
     return version(detail::throws);
 }
 
-/** Login name of the effective user; see Mirovan_System_GetSysName(). */
+/**
+ * @brief Returns the login name of the effective user. It cannot fail.
+ *
+ * @return the name; empty if the user has no account.
+ * @see Mirovan_System_GetSysName()
+ */
 inline std::string user_name()
 {
     char name[256] = "";
@@ -1675,7 +2051,11 @@ inline std::string user_name()
     return name;
 }
 
-/** See Mirovan_System_GetSysName(). */
+/**
+ * @brief Returns the host name. It cannot fail.
+ *
+ * @see identity(), Mirovan_System_GetSysName()
+ */
 inline std::string host_name()
 {
     char name[1024] = "";
@@ -1683,14 +2063,20 @@ inline std::string host_name()
     return name;
 }
 
-/** The main display; 0 by 0 without one. */
+/** @brief Size of the main display, from screen(); 0 by 0 without one. */
 struct screen_size
 {
     int width = 0;  /**< In pixels. */
     int height = 0; /**< In pixels. */
 };
 
-/** See Mirovan_System_GetScreen(). */
+/**
+ * @brief Returns the size of the main display: in pixels on Linux, in points on macOS.
+ *
+ * @param ec cleared: a missing display is not an error.
+ * @return the size; 0 by 0 without a display.
+ * @see Mirovan_System_GetScreen()
+ */
 inline screen_size screen(std::error_code& ec)
 {
     screen_size size;
@@ -1703,15 +2089,17 @@ inline screen_size screen()
     return screen(detail::throws);
 }
 
-/** The value of the environment variable LANG; empty when it is not set. */
+/**
+ * @brief Returns the environment variable LANG; an empty string if it is not set. It cannot fail.
+ */
 inline std::string language()
 {
-    // Mirovan_System_GetLanguage() cannot be told the size of a buffer.
+    // Mirovan_System_GetLanguage() has no parameter for the size of the buffer.
     const char* value = std::getenv("LANG");
     return value == nullptr ? "" : value;
 }
 
-/** What memory() tells. */
+/** @brief Size of the memory, from memory(). */
 struct memory_record
 {
     std::uint64_t total = 0; /**< In bytes. */
@@ -1719,7 +2107,15 @@ struct memory_record
     int free_percent = 0;    /**< Whole percent. */
 };
 
-/** See Mirovan_System_GetMemoryUsage(). */
+/**
+ * @brief Returns the size of the physical memory, and how much of it is free.
+ *
+ * Free memory is memory without content; memory_details() also returns what programs can still use.
+ *
+ * @param ec cleared: values that cannot be read are 0.
+ * @return sizes in bytes, and the free part in percent.
+ * @see memory_details(), Mirovan_System_GetMemoryUsage()
+ */
 inline memory_record memory(std::error_code& ec)
 {
     tag_Mirovan_Memory_Infomation record{};
@@ -1732,7 +2128,17 @@ inline memory_record memory()
     return memory(detail::throws);
 }
 
-/** In percent of one processor; see Mirovan_System_GetCpuUsage(). */
+/**
+ * @brief Returns the processor load of all processes together, in percent of one processor.
+ *
+ * It is an average over the lifetime of each process, as ps reports it; load_sampler measures the
+ * load between two calls.
+ *
+ * @param ec receives ::ERROR_MIROVAN_PROCESS_ACCESS if the shell cannot be started; cleared on
+ *           success.
+ * @return the load, which may exceed 100.
+ * @see load_sampler, Mirovan_System_GetCpuUsage()
+ */
 inline int cpu_load(std::error_code& ec)
 {
     int load = 0;
@@ -1745,7 +2151,14 @@ inline int cpu_load()
     return cpu_load(detail::throws);
 }
 
-/** See Mirovan_System_GetUpTime(). */
+/**
+ * @brief Returns the start time of the system in local time, in whole seconds.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED if the time cannot be expressed in local
+ *           time; cleared on success.
+ * @return the start time; on failure 1970-01-01.
+ * @see identity() for UTC in nanoseconds, Mirovan_System_GetUpTime()
+ */
 inline std::chrono::local_seconds start_time(std::error_code& ec)
 {
     TARVELO_LIBTIME time{1970, 1, 1, 0, 0, 0};
@@ -1758,7 +2171,13 @@ inline std::chrono::local_seconds start_time()
     return start_time(detail::throws);
 }
 
-/** See Mirovan_System_GetProcessCount(). */
+/**
+ * @brief Returns the number of processors.
+ *
+ * @param ec cleared: an unknown number is not an error.
+ * @return the number of available processors; 0 if unknown.
+ * @see identity() for the processors that this process may use, Mirovan_System_GetProcessCount()
+ */
 inline int processor_count(std::error_code& ec)
 {
     int count = 0;
@@ -1771,7 +2190,14 @@ inline int processor_count()
     return processor_count(detail::throws);
 }
 
-/** See Mirovan_System_GetSysIdleTime(). */
+/**
+ * @brief Returns how much of the time since the start of the system the processors were idle.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_IDLETIME_STATISTICS if the load statistics cannot be
+ *           read; cleared on success.
+ * @return whole percent, 0 to 100.
+ * @see load_sampler, Mirovan_System_GetSysIdleTime()
+ */
 inline unsigned long idle_percent(std::error_code& ec)
 {
     unsigned long percent = 0;
@@ -1784,17 +2210,26 @@ inline unsigned long idle_percent()
     return idle_percent(detail::throws);
 }
 
-/** The actions of shutdown(). */
+/** @brief Actions of shutdown(). */
 enum class action : unsigned long
 {
-    halt = 0x10001,
-    display_off = 0x10002,
-    restart = 0x10003,
-    end_user_processes = 0x10004,
-    lock_screen = 0x10005
+    halt = 0x10001,               /**< Halts the system. */
+    display_off = 0x10002,        /**< Turns the display off. */
+    restart = 0x10003,            /**< Restarts the system. */
+    end_user_processes = 0x10004, /**< Kills the processes of the logged-in user. */
+    lock_screen = 0x10005         /**< Locks the screen. */
 };
 
-/** See Mirovan_System_Shutdown(). */
+/**
+ * @brief Halts or restarts the system, turns the display off, locks the screen, or ends the
+ * processes of the user who is logged in.
+ *
+ * @param what the action.
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_QUERY_FAILED if the action fails
+ *           (std::errc::operation_not_permitted without the right to halt or restart); cleared on
+ *           success.
+ * @see Mirovan_System_Shutdown()
+ */
 inline void shutdown(action what, std::error_code& ec)
 {
     detail::report(Mirovan_System_Shutdown(static_cast<unsigned long>(what)), ec, "shutdown");
@@ -1805,8 +2240,19 @@ inline void shutdown(action what)
     return shutdown(what, detail::throws);
 }
 
-/** Runs a shell command and kills it at the limit, a number of whole seconds; 0 or less kills it at
- *  once. See Mirovan_System_SystemEx(), and process::execute_line() for its status and output. */
+/**
+ * @brief Runs a shell command and waits for it; kills the shell at a time limit.
+ *
+ * process::execute_line() also returns the status and the output, and has limits in milliseconds.
+ *
+ * @param command command line for /bin/sh.
+ * @param limit limit in whole seconds; with 0 or less, a command that has not ended at once is
+ *              killed.
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_FORK if the child process cannot be created,
+ *           ::ERROR_MIROVAN_SYSTEM_SYSTEMEX_SIGNAL if the signals cannot be set up; cleared on
+ *           success, however the command ended.
+ * @see process::execute_line(), Mirovan_System_SystemEx()
+ */
 inline void run(const std::string& command, std::chrono::seconds limit, std::error_code& ec)
 {
     constexpr auto longest = std::chrono::seconds{std::numeric_limits<int>::max()};
@@ -1822,21 +2268,29 @@ inline void run(const std::string& command, std::chrono::seconds limit)
     return run(command, limit, detail::throws);
 }
 
-/** Memory in bytes; see Mirovan_System_GetMemoryRecord(). What is unknown has no value. */
+/** @brief State of the memory in bytes, from memory_details(). Unknown values are empty. */
 struct memory_details_record
 {
     std::optional<std::uint64_t> total;         /**< Physical memory. */
-    std::optional<std::uint64_t> available;     /**< What programs may still take. */
+    std::optional<std::uint64_t> available;     /**< What programs can still use. */
     std::optional<std::uint64_t> free;          /**< Pages without content. */
-    std::optional<std::uint64_t> wired;         /**< What cannot be paged out. */
-    std::optional<std::uint64_t> compressed;    /**< What compressed pages take up. */
-    std::optional<std::uint64_t> cached;        /**< Content of files. */
+    std::optional<std::uint64_t> wired;         /**< Memory that cannot be paged out. */
+    std::optional<std::uint64_t> compressed;    /**< Compressed pages. */
+    std::optional<std::uint64_t> cached;        /**< Cached content of files. */
     std::optional<std::uint64_t> swap_total;    /**< Swap space. */
     std::optional<std::uint64_t> swap_used;     /**< Swap space in use. */
-    std::optional<std::uint64_t> process_limit; /**< Limit that holds for this process. */
+    std::optional<std::uint64_t> process_limit; /**< Limit of the control groups of this process. */
 };
 
-/** The memory in detail; see Mirovan_System_GetMemoryRecord(). */
+/**
+ * @brief Returns the state of the physical memory and the swap space, and the memory limit of this
+ * process.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_MEMORY_RECORD_FAILED if the state of the memory cannot
+ *           be read; cleared on success.
+ * @return sizes in bytes; on failure without values.
+ * @see memory(), Mirovan_System_GetMemoryRecord()
+ */
 inline memory_details_record memory_details(std::error_code& ec)
 {
     MIROVAN_MEMORY_RECORD record{};
@@ -1859,23 +2313,33 @@ inline memory_details_record memory_details()
     return memory_details(detail::throws);
 }
 
-/** What this system is; see Mirovan_System_GetIdentity(). What is unknown is empty. */
+/**
+ * @brief Names, versions and counts of the system, from identity(). Unknown strings are empty.
+ */
 struct identity_record
 {
-    std::string name;                                           /**< As people say it. */
-    std::string version;                                        /**< Version of that. */
+    std::string name;                                           /**< Such as "macOS". */
+    std::string version;                                        /**< Such as "13.6.1". */
     std::string kernel;                                         /**< Name of the kernel. */
     std::string kernel_version;                                 /**< Release of the kernel. */
     std::string architecture;                                   /**< Such as "x86_64". */
-    std::string host;                                           /**< Name in the network. */
-    std::chrono::sys_time<std::chrono::nanoseconds> start_time; /**< Start of the system. */
+    std::string host;                                           /**< Host name. */
+    std::chrono::sys_time<std::chrono::nanoseconds> start_time; /**< Start time of the system. */
     std::uint64_t page_size = 0;                                /**< In bytes. */
-    unsigned processors = 0;                                    /**< That the system has. */
-    unsigned processors_online = 0;                             /**< That are online. */
-    unsigned processors_usable = 0;                             /**< By this process. */
+    unsigned processors = 0;                                    /**< All processors. */
+    unsigned processors_online = 0;                             /**< Online processors. */
+    unsigned processors_usable = 0;                             /**< Usable by this process. */
 };
 
-/** Names and versions of the system, its start and its processors. */
+/**
+ * @brief Returns the names and versions of the system, its start time, its page size and its
+ * processor counts.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_IDENTITY_FAILED if the kernel's names cannot be read;
+ *           cleared on success.
+ * @return the identity; on failure an empty record.
+ * @see version(), Mirovan_System_GetIdentity()
+ */
 inline identity_record identity(std::error_code& ec)
 {
     MIROVAN_IDENTITY record{};
@@ -1899,17 +2363,28 @@ inline identity_record identity()
     return identity(detail::throws);
 }
 
-/** How a processor has spent its time since the system started. */
+/**
+ * @brief How a processor has spent its time since the start of the system, from processor_times().
+ */
 struct processor_times_record
 {
     int processor = MIROVAN_PROCESSOR_ALL; /**< Number from 0; MIROVAN_PROCESSOR_ALL for all. */
     std::chrono::nanoseconds user{};       /**< In programs of normal priority. */
     std::chrono::nanoseconds nice{};       /**< In programs of lowered priority. */
     std::chrono::nanoseconds system{};     /**< In the kernel. */
-    std::chrono::nanoseconds idle{};       /**< Without work. */
+    std::chrono::nanoseconds idle{};       /**< Idle, or waiting for a disk. */
 };
 
-/** All processors together, then each one; see Mirovan_System_GetProcessorTimes(). */
+/**
+ * @brief Returns how the processors have spent their time: first all together, then each one in the
+ * order of their numbers.
+ *
+ * @param ec receives ::ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED if the times cannot be read;
+ *           cleared on success.
+ * @return the times, with the resolution of the kernel's clock tick (mostly 10 ms); on failure an
+ *         empty vector.
+ * @see load_sampler, Mirovan_System_GetProcessorTimes()
+ */
 inline std::vector<processor_times_record> processor_times(std::error_code& ec)
 {
     std::vector<processor_times_record> found;
@@ -1929,21 +2404,32 @@ inline std::vector<processor_times_record> processor_times()
     return processor_times(detail::throws);
 }
 
-/** The load of the processors between two calls. */
+/** @brief Measures the load of the processors between two calls. */
 class load_sampler
 {
 public:
-    /** Shares of the time that was not idle, 0 to 1. */
+    /** @brief Parts of the time in which processors were not idle, 0 to 1. */
     struct sample
     {
         double total = 0;         /**< Of all processors together. */
         std::vector<double> each; /**< Of each processor. */
     };
 
-    /** Starts to measure. */
+    /**
+     * @brief Starts to measure.
+     *
+     * @throws mirovan::error if the times of the processors cannot be read.
+     */
     load_sampler() : last_{processor_times()} {}
 
-    /** The load since the last call, or the construction; see Mirovan_System_GetProcessorTimes(). */
+    /**
+     * @brief Returns the load since the last call, or since the construction.
+     *
+     * @param ec receives ::ERROR_MIROVAN_SYSTEM_PROCESSOR_TIMES_FAILED if the times cannot be read;
+     *           cleared on success.
+     * @return the load; on failure 0 and an empty vector.
+     * @see processor_times()
+     */
     sample load(std::error_code& ec)
     {
         std::vector<processor_times_record> now = processor_times(ec);
@@ -1993,14 +2479,14 @@ struct std::is_error_code_enum<Mirovan_ErrorCode> : std::true_type
 {
 };
 
-/** Whether a std::error_code is a code of the library, whatever errno is behind it. */
+/** Returns whether a std::error_code has a code of the library, with any errno. */
 inline bool operator==(const std::error_code& ec, Mirovan_ErrorCode code) noexcept
 {
     return ec.value() == static_cast<int>(code) &&
            ec.category().name() == std::string_view{"mirovan"};
 }
 
-/** An error code of the library as a std::error_code. */
+/** Returns an error code of the library as a std::error_code. */
 inline std::error_code make_error_code(Mirovan_ErrorCode code) noexcept
 {
     return {static_cast<int>(code), mirovan::error_category()};

@@ -60,13 +60,13 @@ def error_causes(text: str) -> List[Tuple[str, str, str, str]]:
                       text.replace("\\\n", "\n"))
 
 
-def examples() -> Dict[str, str]:
+def examples(name: str = "snippets.c") -> Dict[str, str]:
     """The example of each function: the body where it is one function, else everything."""
-    source = (HEADER.parents[1] / "docs" / "snippets.c").read_text(encoding="utf-8")
+    source = (HEADER.parents[1] / "docs" / name).read_text(encoding="utf-8")
     found = {}
     for name, code in re.findall(r"^/\* (\w+) \*/\n(.*?)\n(?=\n/\*)", source,
                                  re.DOTALL | re.MULTILINE):
-        body = re.fullmatch(r"static void \w+\(void\)\n\{\n(.*)\n\}", code, re.DOTALL)
+        body = re.fullmatch(r"static void \w+\((?:void)?\)\n\{\n(.*)\n\}", code, re.DOTALL)
         found[name] = textwrap.dedent(body[1]) if body and "\n}\n" not in code else code
     return found
 
