@@ -95,11 +95,7 @@ bool capture_lines(const char* command, LineSelection selection, TakeChunk take,
     const auto take_chunk = [=](std::string_view chunk)
     { return take(chunk.data(), static_cast<int>(chunk.size()), context); };
     const auto read = [&](LineReader& output) { pass_on(output, selection.count, take_chunk); };
-    if (!run(command, selection.start, read))
-        return false;
-    // The caller's function may have called operations that failed.
-    clear_error();
-    return true;
+    return run(command, selection.start, read);
 }
 
 } // namespace
@@ -132,6 +128,6 @@ bool CMirovan_Process::Mirovan_Process_ReadCmdLines(
     bool (*pfnPiece)(const char* lpszPiece, int nPieceLen, void* pContext), void* pContext)
 {
     using namespace mirovan;
-    return operation<ERROR_MIROVAN_PROCESS_ACCESS>(
+    return calling_operation<ERROR_MIROVAN_PROCESS_ACCESS>(
         capture_lines, lpszCommand, LineSelection{nLineCount, nStartLine}, pfnPiece, pContext);
 }

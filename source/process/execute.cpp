@@ -425,8 +425,6 @@ bool execute(const MIROVAN_COMMAND* given, MIROVAN_COMMAND_RESULT* result)
     if (execution.error() != 0)
         return fail(ERROR_MIROVAN_PROCESS_EXECUTE_FAILED, execution.error());
     give(execution.result(), result);
-    // The caller's functions may have called operations that failed.
-    clear_error();
     return true;
 }
 
@@ -453,8 +451,8 @@ bool wait_for(int id, int64_t limit, MIROVAN_COMMAND_RESULT* result)
 bool CMirovan_Process::Mirovan_Process_Execute(const MIROVAN_COMMAND* pstCommand,
                                                MIROVAN_COMMAND_RESULT* pstResult)
 {
-    return mirovan::operation<ERROR_MIROVAN_PROCESS_EXECUTE_FAILED>(mirovan::execute, pstCommand,
-                                                                    pstResult);
+    return mirovan::calling_operation<ERROR_MIROVAN_PROCESS_EXECUTE_FAILED>(mirovan::execute,
+                                                                            pstCommand, pstResult);
 }
 
 bool CMirovan_Process::Mirovan_Process_Wait(int nPid, int64_t nLimitMs,

@@ -151,6 +151,5 @@ bool CMirovan_Process::Mirovan_Process_GetPath(char* lpszProcessPath, int nPid)
 
 bool CMirovan_Process::Mirovan_Process_IsAdmin()
 {
-    mirovan::clear_error();
-    return geteuid() == 0;
+    return mirovan::operation<ERROR_MIROVAN_PROCESS_ACCESS>([] { return geteuid() == 0; });
 }

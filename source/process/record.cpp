@@ -111,8 +111,6 @@ bool list(bool (*take)(const MIROVAN_PROCESS_RECORD*, void*), void* context)
         if (!ended && !take(&record, context))
             break;
     }
-    // The caller's function may have called operations that failed.
-    clear_error();
     return true;
 }
 
@@ -133,8 +131,8 @@ bool get_record(int id, MIROVAN_PROCESS_RECORD* record)
 bool CMirovan_Process::Mirovan_Process_List(
     bool (*pfnProcess)(const MIROVAN_PROCESS_RECORD* pstRecord, void* pContext), void* pContext)
 {
-    return mirovan::operation<ERROR_MIROVAN_PROCESS_LIST_FAILED>(mirovan::list, pfnProcess,
-                                                                 pContext);
+    return mirovan::calling_operation<ERROR_MIROVAN_PROCESS_LIST_FAILED>(mirovan::list, pfnProcess,
+                                                                         pContext);
 }
 
 bool CMirovan_Process::Mirovan_Process_GetRecord(int nPid, MIROVAN_PROCESS_RECORD* pstRecord)
