@@ -101,7 +101,7 @@ bool Fundix_Charset_UnicodeToUTF(const wchar_t* lpwszSource, std::span<char> des
         }
     }
     if (out == end)
-        return refuse(dest, ENAMETOOLONG);
+        return refuse(dest, ENAMETOOLONG); // GCOVR_EXCL_LINE: guard
     *out = '\0';
     if (pnLen != nullptr)
         *pnLen = static_cast<int>(out - dest.data());

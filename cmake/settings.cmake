@@ -38,6 +38,13 @@ elseif(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
     $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:_FORTIFY_SOURCE=2>)
 endif()
 
+# What is counted is the library; what tests it is compiled as ever.
+option(MIROVAN_COVERAGE "Count which lines of the library the tests run" OFF)
+if(MIROVAN_COVERAGE)
+  set(MIROVAN_COUNTED --coverage -fprofile-update=atomic -O0 -fno-inline -U_FORTIFY_SOURCE)
+  add_link_options(--coverage)
+endif()
+
 if(NOT APPLE)
   target_link_options(mirovan_settings INTERFACE
     LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:--as-needed)

@@ -65,7 +65,7 @@ std::string label_by_device(dev_t device)
         struct stat status = {};
         if (stat((folder + entry->d_name).c_str(), &status) == 0 && S_ISBLK(status.st_mode) &&
             status.st_rdev == device)
-            return unescape_hexadecimal(entry->d_name);
+            return unescape_hexadecimal(entry->d_name); // GCOVR_EXCL_LINE: machine
     }
     return "";
 }

@@ -39,8 +39,8 @@ bool read_file(int file, std::string& text, bool in_one_piece)
         }
         if (length >= most)
         {
-            errno = EFBIG;
-            return false;
+            errno = EFBIG; // GCOVR_EXCL_LINE: machine
+            return false;  // GCOVR_EXCL_LINE: machine
         }
         if (length == text.size())
             text.resize(2 * length);
@@ -64,11 +64,6 @@ bool read_text(const char* path, std::string& text)
 bool read_one_piece(const char* path, std::string& text)
 {
     return read_file(path, text, true);
-}
-
-bool read_one_piece(int file, std::string& text)
-{
-    return read_file(file, text, true);
 }
 
 } // namespace mirovan::platform

@@ -13,7 +13,4 @@ bool read_text(const char* path, std::string& text);
 /// leaves room has reached the end, and no other is made to see it.
 bool read_one_piece(const char* path, std::string& text);
 
-/// The same of a file that was opened.
-bool read_one_piece(int file, std::string& text);
-
 } // namespace mirovan::platform
