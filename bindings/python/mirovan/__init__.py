@@ -1,7 +1,6 @@
-"""What the operating system knows and does, through libmirovan.
+"""File, hardware, process and system operations of the operating system, through libmirovan.
 
-Each function is one call of the C interface, whose manual is mirovan.h. A failed call raises
-`Error`, which is an OSError, with the error of the calling thread.
+A function that fails raises `Error`, which is an OSError, with the error of the calling thread.
 """
 
 from . import file, hardware, process, system
@@ -17,6 +16,6 @@ __all__ = ["Error", "ErrorCode", "LoadSampler", "UsageSampler", "__version__", "
 
 
 def library_version() -> str:
-    """The release of the shared library in use."""
+    """Returns the release of the shared library in use."""
     version: str = library.Mirovan_GetVersion().decode()
     return version

@@ -1,4 +1,4 @@
-"""Files and folders."""
+"""Operations on files and folders."""
 
 from __future__ import annotations
 
@@ -25,8 +25,8 @@ def _time(seconds: int) -> datetime:
 
 @dataclass(frozen=True)
 class Attributes:
-    """Size, times (in UTC, within the years 1 to 9999) and flags; `changed` is the last change of
-    the status."""
+    """Size in bytes, times (in UTC, within the years 1 to 9999) and flags, from `attributes`;
+    `changed` is the last change of the status."""
 
     size: int = _native.field("nFileSize")
     changed: datetime = _native.field("nCreateTime", convert=_time)
@@ -38,7 +38,7 @@ class Attributes:
 
 
 class Kind(IntEnum):
-    """What `list` lists; everything that is not a folder counts as a file."""
+    """The kinds of entries that `list` returns; all entries that are not folders count as files."""
 
     FILES = c.LIST_FILES
     FOLDERS = c.LIST_FOLDERS
@@ -46,30 +46,71 @@ class Kind(IntEnum):
 
 
 def attributes(path: PathLike) -> Attributes:
-    """Size, times and flags of a file or folder; symbolic links are followed."""
+    """Returns size, times and flags of a file or folder; symbolic links are followed.
+
+    Args:
+        path: path of the file or folder.
+
+    Raises:
+        Error: FILE_ATTR_NOTFOUND if it does not exist (FileNotFoundError) or its status cannot be
+            read.
+
+    Example:
+        >>> mirovan.file.attributes("/etc/passwd").is_file
+        True
+    """
     return query(Attributes, "attributes", (path,), "Mirovan_File_GetFileAttrA", encode(path),
                  c.MIROVAN_FILE_ATTR())
 
 
 def create_folders(path: PathLike) -> None:
-    """Creates a folder and every missing folder above it. If something exists at the path, even a
-    file, nothing happens."""
+    """Creates a folder and all missing folders above it. If anything exists at the path, even a
+    file, nothing happens.
+
+    Args:
+        path: path of the folder.
+
+    Raises:
+        Error: FILE_CREATEFOLDER_FAILED if a folder cannot be created; those above it may have been.
+    """
     call("create_folders", (path,), "Mirovan_File_CreateMutilFolderA", encode(path))
 
 
 def delete_folder(path: PathLike) -> None:
-    """Deletes a folder and all that is in it; symbolic links are removed, never followed. If the
-    path does not exist, or is not a folder, nothing happens."""
+    """Deletes a folder and its content; symbolic links in it are removed, not followed. If the path
+    does not exist, or is not a folder, nothing happens.
+
+    Args:
+        path: path of the folder.
+
+    Raises:
+        Error: FILE_DELETEFOLDER_FAILED if an entry cannot be deleted; all others are.
+    """
     call("delete_folder", (path,), "Mirovan_File_DeleteMutilFolderA", encode(path), True)
 
 
 def empty_folder(path: PathLike) -> None:
-    """Deletes what is in a folder and keeps the folder; otherwise as `delete_folder`."""
+    """Deletes the content of a folder and keeps the folder; otherwise like `delete_folder`."""
     call("empty_folder", (path,), "Mirovan_File_DeleteMutilFolderA", encode(path), False)
 
 
 def save(path: PathLike, content: Union[bytes, bytearray, memoryview]) -> None:
-    """Writes a file of these bytes, at most 2 GiB less one byte, and creates its folder."""
+    """Writes a file, replacing its content; creates missing folders.
+
+    Args:
+        path: path of the file.
+        content: the bytes, at most 2 GiB less one.
+
+    Raises:
+        Error: FILE_SAVE_OPEN if the file cannot be opened or not all bytes could be written;
+            FILE_CREATEFOLDER_FAILED if its folder cannot be created.
+        OverflowError: if the content is too long.
+
+    Example:
+        >>> mirovan.file.save(folder + "/new/name", b"content")
+        >>> mirovan.file.attributes(folder + "/new/name").size
+        7
+    """
     data = bytes(content)
     if len(data) > 0x7FFFFFFF:
         raise OverflowError("a file can be saved with at most 2,147,483,647 bytes")
@@ -77,26 +118,63 @@ def save(path: PathLike, content: Union[bytes, bytearray, memoryview]) -> None:
 
 
 def create_zero_filled(path: PathLike, size: int) -> None:
-    """Writes a file of zero bytes, 1 or more; none of them is a hole."""
+    """Creates a file of zero bytes, all of which are allocated; an existing file is replaced.
+
+    Args:
+        path: path of the file, in an existing folder.
+        size: size in bytes, 1 or more.
+
+    Raises:
+        Error: FILE_SPARSE_OPEN if the file cannot be opened; FILE_SPARSE_WRITE if the volume is
+            full; FILE_SPARSE_PARAMETER for a size below 1.
+    """
     call("create_zero_filled", (path,), "Mirovan_File_CreateSparseFileA", encode(path), size)
 
 
 def copy(source: PathLike, destination: PathLike, *, replace: bool = True) -> None:
-    """Copies the content of a file and its permission bits for reading, writing and executing;
-    creates the folder of the destination."""
+    """Copies the content of a file and its read, write and execute permissions; creates missing
+    folders.
+
+    Args:
+        source: path of a regular file; symbolic links are followed.
+        destination: path of the copy.
+        replace: whether to replace the content of an existing file, or to fail.
+
+    Raises:
+        Error: FILE_COPY_EXIST (FileExistsError) if the destination exists and is not to be
+            replaced; FILE_COPY_FAILED if the file cannot be copied; FILE_CREATEFOLDER_FAILED if the
+            folder of the copy cannot be created.
+    """
     call("copy", (source, destination), "Mirovan_File_CopyFileA", encode(source),
          encode(destination), not replace)
 
 
 def list(folder_or_pattern: PathLike, kind: Kind = Kind.FILES, *,
          recurse: bool = False) -> List[str]:
-    """The paths in a folder, or in the tree below it, in no particular order; empty if there are
-    none. Paths of more than 1,023 bytes are left out; `walk` has them.
+    """Returns the paths in a folder, or in the tree below it, in no particular order.
 
     A path is a pattern if its last part contains a `*` and nothing of that name exists. Only the
     extension of a pattern counts, and it is what the extension of a file begins with, in any case:
     `*.c` lists `a.c`, `b.cpp` and `d.CSV`, and so does `x*.c`. Folders are listed whatever their
     names.
+
+    Args:
+        folder_or_pattern: path of a folder, or a pattern.
+        kind: the kinds of entries to list.
+        recurse: whether to list the whole tree; symbolic links are not followed.
+
+    Returns:
+        The paths; an empty list if there are none. Paths of more than 1,023 bytes are left out;
+        `walk` yields them.
+
+    Raises:
+        Error: FILE_ENUM_NOTDIR if the folder does not exist (FileNotFoundError) or cannot be read,
+            or, with `recurse`, if a name is not valid UTF-8.
+
+    Example:
+        >>> mirovan.file.save(folder + "/notes/one.TXT", b"")
+        >>> len(mirovan.file.list(folder + "/notes/*.txt"))
+        1
     """
     path = encode(folder_or_pattern)
     if b"*" not in os.path.basename(path) and not path.endswith(b"/"):
@@ -113,7 +191,7 @@ def list(folder_or_pattern: PathLike, kind: Kind = Kind.FILES, *,
 
 
 class EntryKind(IntEnum):
-    """What is at a path, without following symbolic links."""
+    """The kinds of entries that `walk` yields; symbolic links are not followed."""
 
     UNKNOWN = c.KIND_UNKNOWN
     FILE = c.KIND_FILE
@@ -127,8 +205,8 @@ _KINDS = tuple(EntryKind)  # by value, which starts at 0
 
 @dataclass(frozen=True)
 class Status:
-    """The status of an entry: sizes in bytes, times in UTC. `changed` is the last change of the
-    status, `allocated` what the entry takes on its volume."""
+    """The status of an entry, from `walk`: sizes in bytes, times in UTC. `changed` is the last
+    change of the status, `allocated` the size on the volume."""
 
     size: int = _native.field("nFileSize")
     allocated: int = _native.field("nAllocatedSize")
@@ -145,8 +223,8 @@ class Status:
 
 @dataclass
 class Entry:
-    """An entry that `walk` reports. `error` says why it, or the content of the folder, cannot be
-    read; `status` and `link_target` are there if `walk` was asked for the status."""
+    """An entry, from `walk`. `error` says why it, or the content of the folder, cannot be read;
+    `status` and `link_target` are set if `walk` was called with `status=True`."""
 
     path: str
     name: str
@@ -176,14 +254,27 @@ def walk(path: PathLike, *, depth: Optional[int] = None, pattern: Union[str, byt
     """Yields the entries below a folder, each folder before its content.
 
     Folders are read one at a time, each after it was yielded: `entry.skip()` keeps a folder from
-    being read, and to stop the walk is to stop the iteration. Symbolic links are not followed.
-    A folder that cannot be read does not end the walk: it is yielded once more, with its `error`.
-    Paths may have any length. A folder that is replaced by a symbolic link before it is read is
-    followed there, as in os.walk.
+    being read, and ending the iteration ends the walk. Symbolic links are not followed. A folder
+    that cannot be read does not end the walk: it is yielded once more, with its `error`. Paths may
+    have any length. A folder that is replaced by a symbolic link before it is read is followed
+    there, as in os.walk.
 
-    `depth` is the deepest level (1 for the folder's own entries), `pattern` selects names as
-    fnmatch(3) does (folders are entered whatever their names), `same_volume` keeps the walk out of
-    folders of other volumes, `status` asks for size, times, permissions and the target of links.
+    Args:
+        path: path of the folder, which is not yielded itself.
+        depth: the deepest level, 1 for the entries of the folder; None for all.
+        pattern: selects names as fnmatch(3) does; folders are entered whatever their names.
+        same_volume: whether to stay out of folders of other volumes.
+        status: whether to read size, times, permissions and the targets of symbolic links.
+
+    Raises:
+        Error: FILE_WALK_FAILED if the folder cannot be opened (FileNotFoundError, PermissionError).
+        ValueError: for a depth below 1.
+
+    Example:
+        >>> mirovan.file.save(folder + "/tree/below/name", b"content")
+        >>> sum(entry.status.size for entry in mirovan.walk(folder + "/tree", status=True)
+        ...     if entry.kind == mirovan.file.EntryKind.FILE)
+        7
     """
     if depth is not None and depth < 1:
         raise ValueError("the depth of a walk is 1 or more")

@@ -1,4 +1,4 @@
-"""The machine."""
+"""Queries of the hardware."""
 
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ from ._native import PathLike, call, call_with, encode, field, fill, query
 
 
 class FileSystem(IntEnum):
-    """The kinds of file systems that `volume` tells apart."""
+    """The file systems that `volume` distinguishes."""
 
     OTHER = c.FILE_SYSTEM_OTHER
     FAT = c.FILE_SYSTEM_FAT
@@ -25,7 +25,8 @@ class FileSystem(IntEnum):
 
 @dataclass(frozen=True)
 class Volume:
-    """Sizes in bytes; `available` is what an unprivileged user may still fill."""
+    """File system and sizes of a volume in bytes, from `volume`; `available` is the space available
+    to an unprivileged user."""
 
     kind: FileSystem = field("nFileSystem", convert=FileSystem)
     size: int = field("nDiskTotal")
@@ -34,7 +35,7 @@ class Volume:
 
 @dataclass(frozen=True)
 class VolumeDetails:
-    """A mounted volume, with sizes in bytes; None for what is unknown."""
+    """A mounted volume, from `volumes`, with sizes in bytes; unknown values are None."""
 
     mount_point: Optional[str] = field("tszMountPoint", c.VOLUME_KNOWN_MOUNT_POINT)
     device: Optional[str] = field("tszDevice", c.VOLUME_KNOWN_DEVICE)
@@ -50,8 +51,8 @@ class VolumeDetails:
 
 @dataclass(frozen=True)
 class Processor:
-    """The processor. Without an answer of the machine, a string is empty, `megahertz` and `threads`
-    are 0, and `online` is -1."""
+    """The processor, from `processor`. Unknown strings are empty, unknown numbers 0, and `online`
+    is -1."""
 
     name: str = field("tszProcessorName")
     model: str = field("tszModelIdentifier")
@@ -66,7 +67,7 @@ def _line(text: bytes) -> str:
 
 @dataclass(frozen=True)
 class Serials:
-    """Identifiers of the machine; empty if unknown."""
+    """Identifiers of the machine, from `serials`; unknown ones are empty."""
 
     platform: str = field("tszPlatformSerial", convert=_line)
     system: str = field("tszSystemSerial", convert=_line)
@@ -75,16 +76,33 @@ class Serials:
 
 
 def volume(path: PathLike) -> Volume:
-    """The volume that holds a path."""
+    """Returns the file system and the size of the volume that holds a path.
+
+    Args:
+        path: an existing path on the volume.
+
+    Raises:
+        Error: HARDWARE_DISK_STATFS if the volume cannot be read.
+
+    Example:
+        >>> volume = mirovan.hardware.volume("/")
+        >>> 0 <= volume.available <= volume.size
+        True
+    """
     return query(Volume, "volume", (path,), "Mirovan_HardWare_GetDiskInfomation", encode(path),
                  c.tag_Mirovan_Disk_Information(), c.UNIT_BYTE)
 
 
 def volumes(*, network_sizes: bool = False, all_mounts: bool = False) -> List[VolumeDetails]:
-    """The mounted volumes, each once.
+    """Returns the mounted volumes, each once.
 
-    `network_sizes` asks the servers of network volumes for their sizes, which blocks if one does
-    not answer. `all_mounts` adds those of the kernel, and further places of a mounted volume.
+    Args:
+        network_sizes: whether to read the sizes of network volumes, which blocks if a server does
+            not respond.
+        all_mounts: whether to include kernel file systems and further mount points of a volume.
+
+    Raises:
+        Error: HARDWARE_VOLUMES_FAILED if the list cannot be read.
     """
     found: List[VolumeDetails] = []
     flags = ((c.VOLUMES_NETWORK_SIZES if network_sizes else 0)
@@ -95,20 +113,36 @@ def volumes(*, network_sizes: bool = False, all_mounts: bool = False) -> List[Vo
 
 
 def volume_names() -> List[str]:
-    """Names of the writable volumes from the system's report, for people and not always paths; on
-    macOS this takes seconds. `volumes` has mount points."""
+    """Returns the names of the writable volumes in the storage report of the system.
+
+    The names are not always paths, and on macOS the report takes seconds: `volumes` returns mount
+    points.
+
+    Raises:
+        Error: HARDWARE_PARAMETER if the report is unavailable.
+    """
     rows, count = _native.Rows(), c_int()
     call("volume_names", "", "Mirovan_HardWare_GetDiskNumber", byref(rows), byref(count))
     return _native.take_rows(rows, count.value)
 
 
 def processor() -> Processor:
-    """Name, model and counts; on macOS this takes seconds."""
+    """Returns the name of the processor, the model identifier and the processor counts; on macOS
+    this takes seconds.
+
+    Raises:
+        Error: HARDWARE_PARAMETER if the report of the system is unavailable.
+    """
     return query(Processor, "processor", "", "Mirovan_HardWare_GetCpuInfomation",
                  c.tag_Mirovan_Cpu_Information())
 
 
 def serials() -> Serials:
-    """Identifiers of the machine, from four commands."""
+    """Returns the serial numbers and UUIDs of the machine. A command runs for each; on Linux only
+    root can read the serial numbers.
+
+    Raises:
+        Error: HARDWARE_PARAMETER if memory runs out.
+    """
     return query(Serials, "serials", "", "Mirovan_HardWare_GetSerial",
                  c.tag_Mirovan_SdkSerial_Information())

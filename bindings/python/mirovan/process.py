@@ -1,4 +1,4 @@
-"""Processes and commands. A process id of 0 is the calling process."""
+"""Operations on processes and commands. A process id of 0 is the calling process."""
 
 from __future__ import annotations
 
@@ -38,8 +38,9 @@ class End(IntEnum):
 
 @dataclass(frozen=True)
 class Result:
-    """How a command ended and what it used; None for what is unknown. Processor times include those
-    of the children that the command waited for, `peak_memory` is in bytes."""
+    """How a command ended and what it used, from `execute` and `wait`; unknown values are None.
+    Processor times include those of the children that the command reaped, `peak_memory` is in
+    bytes."""
 
     id: int = field("nProcessId")
     end: End = field("nEnd", convert=End)
@@ -55,12 +56,12 @@ class Result:
     @property
     def status(self) -> Optional[int]:
         """The exit status, or the negative number of the signal that ended the command, as
-        `returncode` of subprocess; None if unknown."""
+        `returncode` in subprocess; None if unknown."""
         return -self.signal if self.signal else self.exit_status
 
     @property
     def ok(self) -> bool:
-        """Whether the command ended by itself with the exit status 0."""
+        """Whether the command ended by itself with exit status 0."""
         return self.end == End.EXITED and self.exit_status == 0
 
     @property
@@ -70,7 +71,7 @@ class Result:
 
     @property
     def errors(self) -> str:
-        """The same of `stderr`."""
+        """`stderr` as a string, with undecodable bytes as surrogates."""
         return os.fsdecode(self.stderr)
 
 
@@ -80,17 +81,37 @@ def execute(command: Union[Sequence[PathLike], str, bytes], *, shell: bool = Fal
             env: Optional[Mapping[str, str]] = None, capture: bool = True,
             merge_errors: bool = False, on_output: Optional[Receive] = None,
             on_errors: Optional[Receive] = None) -> Result:
-    """Runs a program and waits for it.
+    r"""Runs a program and waits for it.
 
-    `command` is the program, which is searched for on PATH, and its arguments; with `shell=True` it
-    is a command line for /bin/sh. At `timeout` (in seconds, or a timedelta) the command and the
-    processes that it started are ended with SIGTERM and, after `grace`, with SIGKILL; the result
-    has `end == End.LIMIT`. What it wrote is in `stdout` and `stderr` of the result, byte for byte.
-    Instead, `on_output` and `on_errors` get it in chunks as it comes, and return False to end the
-    command. With `capture=False` it is not redirected. `merge_errors` puts errors into the output.
+    Ctrl-C, or an exception from `on_output` or `on_errors`, ends the command and is raised.
 
-    A program that cannot be started raises Error (FileNotFoundError, PermissionError). Ctrl-C, and
-    what `on_output` raises, ends the command and is raised.
+    Args:
+        command: the program, which is searched for on PATH, and its arguments; with `shell`, a
+            command line for /bin/sh, which must not be built from untrusted text.
+        shell: whether `command` is a command line.
+        timeout: limit in seconds, or a timedelta. At the limit the command and the processes that
+            it started receive SIGTERM, and the result has `end == End.LIMIT`.
+        grace: time from SIGTERM to SIGKILL, in seconds, or a timedelta.
+        input: bytes or string for stdin.
+        cwd: working directory; None for that of the caller.
+        env: environment; None for that of the caller.
+        capture: whether to return the output; otherwise stdout and stderr are inherited.
+        merge_errors: whether to redirect stderr to stdout.
+        on_output: receives stdout in chunks as it arrives; returns False to end the command.
+        on_errors: receives stderr likewise.
+
+    Returns:
+        How the command ended, and its output, byte for byte.
+
+    Raises:
+        Error: PROCESS_EXECUTE_FAILED if the program cannot be started (FileNotFoundError,
+            PermissionError).
+
+    Example:
+        >>> mirovan.execute(["sort"], input="b\na\n", timeout=5).output
+        'a\nb\n'
+        >>> mirovan.execute("exit 3", shell=True).status
+        3
     """
     if shell != isinstance(command, (str, bytes)):
         raise TypeError("a command line needs shell=True, a list of arguments shell=False")
@@ -180,9 +201,24 @@ def _environment(env: Mapping[str, str]) -> Iterator[bytes]:
 
 
 def wait(id: int, timeout: Limit = None) -> Result:
-    """Waits for a child that `create` or `run` started, and reaps it. If it still runs at the
-    timeout, in seconds or a timedelta, the result has `end == End.RUNNING`. Ctrl-C ends the wait,
-    not the child."""
+    """Waits for a child that `create` or `run` started, and reaps it. Ctrl-C ends the wait, not the
+    child.
+
+    Args:
+        id: process id of the child.
+        timeout: longest time to wait, in seconds, or a timedelta; None for no limit.
+
+    Returns:
+        How the child ended; `end == End.RUNNING` if it still runs.
+
+    Raises:
+        Error: PROCESS_WAIT_FAILED (ChildProcessError) if it is not a child of this process, or has
+            been reaped already.
+
+    Example:
+        >>> mirovan.wait(mirovan.process.create("/bin/true")).ok
+        True
+    """
     result = sized(c.MIROVAN_COMMAND_RESULT)
     end = math.inf if timeout is None else time.monotonic() + milliseconds(timeout) / 1000
     while True:
@@ -194,10 +230,10 @@ def wait(id: int, timeout: Limit = None) -> Result:
 
 @dataclass(frozen=True)
 class Record:
-    """A process; None for what is unknown or the system does not let this process see. Sizes are in
-    bytes, `user_id` is the effective one, `start_time` (in UTC) and `id` together name a process,
-    since ids are reused. `state`: R running, S sleeping, D sleeping uninterruptibly, I idle, T
-    stopped, Z ended and not reaped."""
+    """A process, from `processes` and `record`; values that are unknown, or not shown to this
+    process, are None. Sizes are in bytes, `user_id` is the effective one. Ids are reused: `id` and
+    `start_time` (in UTC) together identify a process. `state` is R running, S sleeping, D sleeping
+    uninterruptibly, I idle, T stopped or Z ended and not reaped."""
 
     id: int = field("nProcessId")
     parent: Optional[int] = field("nParentId", c.PROCESS_PARENT)
@@ -215,13 +251,29 @@ class Record:
 
 
 def record(id: int = 0) -> Record:
-    """The record of one process."""
+    """Returns the record of one process.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_RECORD_FAILED if there is no such process (ProcessLookupError) or it cannot
+            be read.
+
+    Example:
+        >>> mirovan.process.record().parent == os.getppid()
+        True
+    """
     return query(Record, "record", id, "Mirovan_Process_GetRecord", id,
                  sized(c.MIROVAN_PROCESS_RECORD))
 
 
 def processes() -> List[Record]:
-    """A record of each process."""
+    """Returns a record of each process.
+
+    Raises:
+        Error: PROCESS_LIST_FAILED if the processes cannot be listed.
+    """
     found: List[Record] = []
     call_with(lambda each: found.append(fill(Record, each.contents)), "processes", "",
               "Mirovan_Process_List")
@@ -229,8 +281,19 @@ def processes() -> List[Record]:
 
 
 class UsageSampler:
-    """Measures how much a process uses the processors, from its construction, or the last `usage`,
-    on. An id of 0 is the calling process."""
+    """Measures the processor usage of a process, from the construction or the last call of `usage`.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_RECORD_FAILED if there is no such process (ProcessLookupError).
+
+    Example:
+        >>> with mirovan.UsageSampler() as sampler:
+        ...     sampler.usage() >= 0
+        True
+    """
 
     def __init__(self, id: int = 0) -> None:
         self.id = id or os.getpid()
@@ -250,8 +313,8 @@ class UsageSampler:
         return found.nStartTime, time.monotonic_ns(), used if known else None
 
     def usage(self) -> Optional[float]:
-        """The number of processors that it has used since the last call, such as 1.5; None if the
-        process has ended, another one has its id, or the system does not report its times."""
+        """Returns the number of processors used since the last call, such as 1.5; None if the
+        process has ended, its id has been reused, or the system does not report its times."""
         try:
             now = self._sample()
         except ProcessLookupError:
@@ -264,7 +327,7 @@ class UsageSampler:
 
 @dataclass(frozen=True)
 class Info:
-    """A snapshot of a process; sizes in bytes, modulo 16 GiB."""
+    """A snapshot of a process, from `info`; sizes in bytes, modulo 16 GiB."""
 
     id: int = field("nProcessId")
     threads: int = field("nThreadCount")
@@ -278,21 +341,38 @@ class Info:
 
 def each_piece(command: Command, receive: Callable[[bytes], Any], *, count: int = 0,
                first: int = 1) -> None:
-    """Passes lines of a shell command's output to a function, from the first one on.
+    """Runs a shell command and passes lines of its output to a function.
 
-    A line longer than 2,047 bytes comes in chunks; each chunk is truncated at a NUL. The function
-    returns False to stop; what it raises ends the reading and is raised here. A count of 0 takes
-    all lines. Ctrl-C ends it with the next line.
+    A line of more than 2,047 bytes is passed in chunks; each chunk is truncated at a null byte. An
+    exception in the function ends the reading and is raised here. Ctrl-C ends it at the next line.
+
+    Args:
+        command: command line for /bin/sh.
+        receive: receives each line with its newline; returns False to stop.
+        count: number of lines; 0 for all.
+        first: number of the first line, from 1.
+
+    Raises:
+        Error: PROCESS_ACCESS if the shell cannot be started or its output cannot be read.
     """
     call_with(lambda chunk: receive(string_at(chunk)), "output", command,
               "Mirovan_Process_ReadCmdLines", encode(command), count, first)
 
 
 def output_bytes(command: Command, *, count: int = 0, first: int = 1) -> bytes:
-    """The output of a shell command, of any length. Lines, or chunks of 2,047 bytes of one, are
-    truncated at a NUL; `execute` has every byte.
+    """Runs a shell command and returns lines of its output, of any length.
 
-    Ctrl-C ends the wait at once. The command, which the terminal interrupts too, may run on.
+    Lines, or chunks of 2,047 bytes of a longer one, are truncated at a null byte; `execute` returns
+    every byte, and the exit status. Ctrl-C ends the wait at once; the command, which the terminal
+    interrupts too, may continue to run.
+
+    Args:
+        command: command line for /bin/sh.
+        count: number of lines; 0 for all.
+        first: number of the first line, from 1.
+
+    Raises:
+        Error: PROCESS_ACCESS if the shell cannot be started or its output cannot be read.
     """
     chunks: List[bytes] = []
     wanted = True
@@ -309,61 +389,138 @@ def output_bytes(command: Command, *, count: int = 0, first: int = 1) -> bytes:
 
 
 def output(command: Command, *, count: int = 0, first: int = 1) -> str:
-    """The same as a string, with undecodable bytes as surrogates."""
+    r"""Like `output_bytes`, but returns a string, with undecodable bytes as surrogates.
+
+    Example:
+        >>> mirovan.process.output("echo one; echo two", first=2)
+        'two\n'
+    """
     return os.fsdecode(output_bytes(command, count=count, first=first))
 
 
 def info(id: int = 0) -> Info:
-    """A snapshot of a process."""
+    """Returns a snapshot of a process; `record` returns exact values.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_INFO_FAILED if the process cannot be read, or its user has no account.
+    """
     return query(Info, "info", id, "Mirovan_Process_GetProcessInfo",
                  c.tag_Mirovan_Process_Infomation(), None, id or os.getpid())
 
 
 def cpu_usage(id: int = 0) -> int:
-    """The usage of a process in thousandths of a processor."""
+    """Returns the processor usage of a process in thousandths of a processor.
+
+    On Linux it is the average over the lifetime of the process; `UsageSampler` measures an
+    interval.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_ACCESS if the process cannot be read.
+    """
     return number("cpu_usage", id, "Mirovan_Process_GetProcessCpuUsage", id)
 
 
 def start_time(id: int = 0) -> datetime:
-    """When a process started, in local time, to the second."""
+    """Returns the start time of a process in local time, in whole seconds; `record` has it in UTC.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_ACCESS if the process cannot be read.
+    """
     return local_time(id, "Mirovan_Process_GetUpTime", id)
 
 
 def path(id: int = 0) -> str:
-    """Full path of the program that a process runs."""
+    """Returns the full path of the program that a process runs.
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_GET_FAILED if the path cannot be read.
+    """
     buffer = create_string_buffer(c.PATH_SIZE)
     call("path", id, "Mirovan_Process_GetPath", buffer, id)
     return os.fsdecode(buffer.value)
 
 
 def is_admin() -> bool:
-    """Whether this process runs as root."""
+    """Returns whether this process runs as root."""
     return bool(library.Mirovan_Process_IsAdmin())
 
 
 def priority(id: int = 0) -> int:
-    """The nice value of a process."""
+    """Returns the priority (nice value) of a process, -20 (scheduled first) to 20 (scheduled last).
+
+    Args:
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_GETPRIORITY_FAILED if there is no such process (ProcessLookupError).
+    """
     return number("priority", id, "Mirovan_Process_GetPriority", id)
 
 
 def set_priority(value: int, id: int = 0) -> None:
-    """Sets the nice value of a process, -20 to 20."""
+    """Sets the priority (nice value) of a process.
+
+    Args:
+        value: -20 (scheduled first) to 20 (scheduled last).
+        id: process id; 0 for the calling process.
+
+    Raises:
+        Error: PROCESS_SETPRIORITY_RANGE for a value outside the range; PROCESS_SETPRIORITY_FAILED
+            if there is no such process, or it is not permitted (PermissionError).
+    """
     call("set_priority", id, "Mirovan_Process_SetPriority", value, id)
 
 
 def stop(id: int) -> None:
-    """Interrupts a process, and waits for its end when it is a child of this one."""
+    """Interrupts a process (SIGINT) and, if it is a child of this one, waits until it ends.
+
+    Args:
+        id: process id, above 0.
+
+    Raises:
+        Error: PROCESS_STOP_KILL if there is no such process (ProcessLookupError); PROCESS_ACCESS if
+            it is not permitted (PermissionError).
+    """
     call("stop", id, "Mirovan_Process_Stop", None, id, False)
 
 
 def stop_matching(pattern: str) -> None:
-    """Interrupts the first process whose line in the process list matches a grep pattern."""
+    """Interrupts the first process whose line in the output of ps matches a pattern, as `stop`
+    does.
+
+    Args:
+        pattern: a grep pattern, at most 974 bytes; an empty one matches nothing.
+
+    Raises:
+        Error: PROCESS_NOTFOUND if no process matches; PROCESS_STOP_FIND if ps cannot be run or the
+            pattern is too long; PROCESS_ACCESS if it is not permitted.
+    """
     call("stop_matching", pattern, "Mirovan_Process_Stop", encode(pattern), 0, False)
 
 
 def create(program: PathLike, arguments: str = "") -> int:
-    """Starts a program with arguments separated by spaces and an empty environment; returns its id.
-    `wait` reaps it."""
+    """Starts a program with an empty environment and returns its process id; does not wait for it.
+    `wait` must reap it.
+
+    Args:
+        program: path of the program; PATH is not searched.
+        arguments: its arguments, separated by spaces; quotes have no special meaning.
+
+    Raises:
+        Error: PROCESS_EXEC if the program cannot be started (FileNotFoundError, PermissionError).
+    """
     id = c_ulong()
     call("create", (program,), "Mirovan_Process_CreateProcess", byref(id), encode(program),
          encode(arguments), False)
@@ -371,8 +528,17 @@ def create(program: PathLike, arguments: str = "") -> int:
 
 
 def run(program: PathLike, name: str, argument: Optional[str] = None) -> int:
-    """Starts a program with this environment; `name` becomes its argument zero. Returns its id;
-    `wait` reaps it. A program that cannot be executed exits with status 127."""
+    """Starts a program with the environment of this process and returns its process id; does not
+    wait for it. `wait` must reap it. A program that cannot be executed exits with status 127.
+
+    Args:
+        program: path of the program; PATH is not searched.
+        name: its argument zero.
+        argument: its first argument.
+
+    Raises:
+        Error: PROCESS_FORK if the process cannot be created.
+    """
     id = c_ulong()
     call("run", (program,), "Mirovan_Process_RunProcess", byref(id), encode(program), encode(name),
          None if argument is None else encode(argument), False)
@@ -380,7 +546,14 @@ def run(program: PathLike, name: str, argument: Optional[str] = None) -> int:
 
 
 def affinity_tag(thread: Optional[int] = None) -> int:
-    """The affinity tag of a thread (its `ident`), or of the calling one."""
+    """Returns the affinity tag of a thread; 0 for no affinity.
+
+    Args:
+        thread: the `ident` of a thread; None for the calling one.
+
+    Raises:
+        Error: PROCESS_GET_FAILED if the tag cannot be read.
+    """
     tag = c_ulong()
     call("affinity_tag", "", "Mirovan_Process_GetProcessForCpu",
          thread or threading.get_ident(), byref(tag))
@@ -388,6 +561,15 @@ def affinity_tag(thread: Optional[int] = None) -> int:
 
 
 def set_affinity_tag(tag: int, thread: Optional[int] = None) -> None:
-    """Threads of one tag are asked to share a cache; 0 is no affinity."""
+    """Sets the affinity tag of a thread; macOS tries to run threads of one tag on processors that
+    share a cache.
+
+    Args:
+        tag: the tag; 0 for no affinity.
+        thread: the `ident` of a thread; None for the calling one.
+
+    Raises:
+        Error: PROCESS_SETCPU_FAILED if the tag cannot be set.
+    """
     call("set_affinity_tag", "", "Mirovan_Process_SetProcessForCpu",
          thread or threading.get_ident(), tag)
