@@ -128,7 +128,7 @@ class Files(Case):
             if page.startswith(".so "):
                 page = Path(self.folder, page.split()[1]).read_text()
             for needed in (rf"\n\.SH NAME\n[^\n]*\b{function.name}\b", rf"fB{function.name}\\fP\(",
-                           "Threads: ", r"\n\.SH EXAMPLES\n"):
+                           "Thread safety: ", r"\n\.SH EXAMPLES\n"):
                 self.assertRegex(page, needed, f"{function.name}; docs/snippets.c has the examples")
         self.assertEqual(list(pages), ["mirovan"])
 
