@@ -329,9 +329,10 @@ void Execution::run()
     {
         if (!wait_for_something())
         {
+            // First, so that the command ends by the signal and not by what it writes.
+            finish(MIROVAN_END_STOPPED);
             for (Output& output : outputs_)
                 output.close();
-            finish(MIROVAN_END_STOPPED);
         }
         const auto now = Clock::now();
         if (now >= limit_ && !has_ended())
