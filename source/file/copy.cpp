@@ -1,8 +1,8 @@
+#include "platform/copy.h"
 #include "base/descriptor.h"
 #include "source/file/folder.h"
 #include "source/operation.h"
 
-#include <copyfile.h>
 #include <sys/stat.h>
 
 namespace mirovan
@@ -108,13 +108,14 @@ bool copy_file(const Path& from, const Path& to, bool fail_if_exists)
     Status status{};
     if (!source || fstat(source.get(), &status) != 0 || !is_regular(status))
         return fail(ERROR_MIROVAN_FILE_COPY_FAILED, errno);
+    if (platform::clone_file(source.get(), status, to.text()))
+        return true;
     Destination destination;
     if (!destination.open(to.text(), status, fail_if_exists))
         return fail(fail_if_exists && errno == EEXIST ? ERROR_MIROVAN_FILE_COPY_EXIST
                                                       : ERROR_MIROVAN_FILE_COPY_FAILED,
                     errno);
-    return (fcopyfile(source.get(), destination.get(), nullptr, COPYFILE_DATA) == 0 &&
-            destination.finish()) ||
+    return (platform::copy_content(source.get(), destination.get()) && destination.finish()) ||
            fail(ERROR_MIROVAN_FILE_COPY_FAILED, errno);
 }
 

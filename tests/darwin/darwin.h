@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <locale.h>
+#include <new>
 #include <pthread.h>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -98,6 +100,23 @@ Result fails(int number, Result result)
     errno = number;
     return result;
 }
+
+/// A call that is made in a roundabout way here has no memory for it rather than an exception.
+template <class Result, class Body>
+Result within_memory(Result otherwise, Body body)
+{
+    try
+    {
+        return body();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return fails(ENOMEM, otherwise);
+    }
+}
+
+/// A function of the C library's for what stands for no call of the library's: no test makes it fail.
+#define UNNOTICED(name) reinterpret_cast<decltype(&(name))>(dlsym(RTLD_NEXT, #name))
 
 /// Puts a call aside that must not be made here.
 void record(const char* format, ...) __attribute__((format(printf, 1, 2)));

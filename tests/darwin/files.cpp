@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <dirent.h>
+#include <linux/magic.h>
 #include <memory>
 #include <string>
+#include <sys/vfs.h>
 
 using namespace darwin;
 
@@ -229,11 +231,40 @@ DARWIN_CALL darwin_dirent* darwin_readdir(Folder* folder)
     return &to;
 }
 
-/// To the end, wherever that is by then: Darwin does not look at the size.
-DARWIN_CALL int darwin_fcopyfile(int from, int to, void* /*state*/, unsigned flags)
+struct CopyState
+{
+    int (*check)(int, int, CopyState*, const char*, const char*, void*);
+    void* context;
+    off_t copied;
+};
+DARWIN_CALL CopyState* darwin_copyfile_state_alloc()
 {
     const Call call;
-    if ((flags & ~(darwin_COPYFILE_DATA | darwin_COPYFILE_DATA_SPARSE)) != 0)
+    return static_cast<CopyState*>(std::calloc(1, sizeof(CopyState)));
+}
+DARWIN_CALL int darwin_copyfile_state_free(CopyState* state)
+{
+    std::free(state);
+    return 0;
+}
+DARWIN_CALL int darwin_copyfile_state_set(CopyState* state, unsigned what, void* value)
+{
+    if (what == darwin_COPYFILE_STATE_STATUS_CB)
+        state->check = reinterpret_cast<decltype(state->check)>(value);
+    else
+        state->context = value;
+    return 0;
+}
+DARWIN_CALL int darwin_copyfile_state_get(CopyState* state, unsigned /*what*/, off_t* copied)
+{
+    *copied = state->copied;
+    return 0;
+}
+/// To the end, wherever that is by then: Darwin does not look at the size.
+DARWIN_CALL int darwin_fcopyfile(int from, int to, CopyState* state, unsigned flags)
+{
+    const Call call;
+    if (flags != (darwin_COPYFILE_DATA | darwin_COPYFILE_DATA_SPARSE))
         unknown("copyfile flag", flags);
     char buffer[1 << 16];
     for (;;)
@@ -249,13 +280,34 @@ DARWIN_CALL int darwin_fcopyfile(int from, int to, void* /*state*/, unsigned fla
                 return -1;
             done += written;
         }
+        state->copied += got;
+        if (state->check(darwin_COPYFILE_COPY_DATA, darwin_COPYFILE_PROGRESS, state, "", "",
+                         state->context) != darwin_COPYFILE_CONTINUE)
+            return fails(ECANCELED, -1);
     }
 }
-/// No volume here can clone in a way that a test could rely on.
-DARWIN_CALL int darwin_fclonefileat(int, int, const char*, int)
+/// Within any volume but the one that is kept in memory.
+DARWIN_CALL int darwin_fclonefileat(int from, int at, const char* path, unsigned /*flags*/)
 {
     const Call call;
-    return fails(EOPNOTSUPP, -1);
+    struct stat source = {};
+    struct stat made = {};
+    struct statfs volume = {};
+    if (fstat(from, &source) != 0 || fstatfs(from, &volume) != 0)
+        return -1;
+    if (volume.f_type == TMPFS_MAGIC)
+        return fails(ENOTSUP, -1);
+    const int to = openat(folder(at), path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (to < 0)
+        return -1;
+    errno = EXDEV;
+    const auto size = static_cast<std::size_t>(source.st_size);
+    const bool whole = fstat(to, &made) == 0 && made.st_dev == source.st_dev &&
+                       copy_file_range(from, nullptr, to, nullptr, size, 0) == source.st_size &&
+                       fchmod(to, source.st_mode & 07777) == 0;
+    const int error = errno;
+    close(to);
+    return whole ? 0 : (unlinkat(folder(at), path, 0), fails(error, -1));
 }
 DARWIN_CALL std::FILE* darwin_fdopen(int file, const char* mode)
 {

@@ -1,12 +1,13 @@
-#include "platform/linux/include/copyfile.h"
+#include "platform/copy.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <new>
-#include <sys/stat.h>
 #include <unistd.h>
 
+namespace mirovan::platform
+{
 namespace
 {
 
@@ -76,15 +77,19 @@ bool copy_by_hand(int from, int to, off_t size, off_t done)
 
 } // namespace
 
-int fcopyfile(int from_fd, int to_fd, copyfile_state_t /*state*/, copyfile_flags_t /*flags*/)
+bool clone_file(int /*source*/, const struct stat& /*status*/, const char* /*path*/)
 {
-    // The size that the file has now: one that grows while it is copied must come to an end.
-    struct stat status
-    {
-    };
-    if (fstat(from_fd, &status) != 0)
-        return -1;
-    const off_t done = copy_in_kernel(from_fd, to_fd, status.st_size);
-    const bool complete = status.st_size != 0 && done == status.st_size;
-    return complete || copy_by_hand(from_fd, to_fd, status.st_size, done) ? 0 : -1;
+    return false; // Copying in the kernel shares the content already, where it can be shared.
 }
+
+bool copy_content(int from, int to)
+{
+    struct stat status = {};
+    if (fstat(from, &status) != 0)
+        return false;
+    const off_t done = copy_in_kernel(from, to, status.st_size);
+    const bool complete = status.st_size != 0 && done == status.st_size;
+    return complete || copy_by_hand(from, to, status.st_size, done);
+}
+
+} // namespace mirovan::platform
