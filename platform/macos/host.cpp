@@ -42,6 +42,8 @@ bool read_memory(Memory& memory)
     }
     const auto bytes = [&](std::uint64_t number) { return number * page_size; };
     memory.total = system_value<std::uint64_t>("hw.memsize");
+    if (!memory.total)
+        return false;
     // Pages that were read ahead are counted as free here, and among those of files.
     const std::uint64_t free =
         pages.free_count - std::min(pages.speculative_count, pages.free_count);

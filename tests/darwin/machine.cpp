@@ -8,7 +8,6 @@
 #include "platform/linux/read_text.h"
 
 #include <algorithm>
-#include <dlfcn.h>
 #include <libproc.h>
 #include <mach/mach.h>
 #include <string>
@@ -52,7 +51,7 @@ char state_of(int process)
     if (!mirovan::platform::read_one_piece(path.c_str(), text))
         return errno == ENOENT ? 'X' : '\0';
     const auto stat = mirovan::platform::parse_process_stat(text);
-    return stat ? stat->state : 'X';
+    return stat ? stat->state : fails(EIO, '\0');
 }
 
 /// Others' processes are closed to all but the superuser.
@@ -107,11 +106,8 @@ int all_info(int process, void* to, int size)
     return hand_out(record, to, size);
 }
 
-} // namespace
-
-DARWIN_CALL int darwin_proc_pidinfo(int process, int flavour, uint64_t argument, void* to, int size)
+int information(int process, int flavour, uint64_t argument, void* to, int size)
 {
-    const Call call;
     if (const int error = refused(process); error != 0)
         return fails(error, 0);
     switch (flavour)
@@ -133,6 +129,14 @@ DARWIN_CALL int darwin_proc_pidinfo(int process, int flavour, uint64_t argument,
     default:
         unknown("flavour", flavour);
     }
+}
+
+} // namespace
+
+DARWIN_CALL int darwin_proc_pidinfo(int process, int flavour, uint64_t argument, void* to, int size)
+{
+    const Call call;
+    return within_memory(0, [&] { return information(process, flavour, argument, to, size); });
 }
 
 namespace
@@ -245,9 +249,7 @@ DARWIN_CALL kern_return_t darwin_thread_policy_get(thread_act_t thread,
 DARWIN_CALL int darwin_reboot(int how)
 {
     const Call call;
-    auto* const own = dlsym(RTLD_DEFAULT, "reboot");
-    if (Dl_info place{};
-        dladdr(own, &place) != 0 && std::strstr(place.dli_fname, "/libc.") == nullptr)
+    if (auto* const own = dlsym(RTLD_DEFAULT, "reboot"); own != dlsym(RTLD_NEXT, "reboot"))
         return reinterpret_cast<int (*)(int)>(own)(how);
     record("reboot %#x", how);
     return fails(EPERM, -1);

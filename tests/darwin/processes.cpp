@@ -62,7 +62,7 @@ bool child_signal_ignored()
 void outwait_all_children()
 {
     siginfo_t info;
-    while (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0)
+    while (UNNOTICED(waitid)(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0)
         usleep(1000);
 }
 
@@ -147,9 +147,11 @@ DARWIN_CALL sighandler_t darwin_signal(int number, sighandler_t handler)
 DARWIN_CALL int darwin_kill(pid_t process, int number)
 {
     const Call call;
-    const pid_t one = process == 0 ? getpid() : process < 0 ? -process : process;
+    if (UNNOTICED(kill)(process, 0) != 0)
+        return -1;
+    const pid_t session = getsid(std::abs(process));
     // What the tests start is of their session, the machine's own processes are not.
-    if (number != 0 && (process == -1 || (getsid(one) != getsid(0) && kill(process, 0) == 0)))
+    if (number != 0 && (process == -1 || (session > 0 && session != getsid(0))))
     {
         record("kill %d, signal %d", process, number);
         return fails(EPERM, -1);
@@ -210,7 +212,8 @@ DARWIN_CALL int darwin_kevent(int queue, const struct darwin_kevent* changes, in
             unknown("event", change->filter);
         const auto process = static_cast<pid_t>(change->ident);
         siginfo_t ended = {};
-        const bool child = waitid(P_PID, change->ident, &ended, WEXITED | WNOHANG | WNOWAIT) == 0;
+        const bool child =
+            UNNOTICED(waitid)(P_PID, change->ident, &ended, WEXITED | WNOHANG | WNOWAIT) == 0;
         if (ended.si_pid == process) // a dead one cannot be watched
             return fails(ESRCH, -1);
         if (!child && (change->fflags & darwin_NOTE_EXITSTATUS) != 0)
@@ -328,11 +331,15 @@ int start(bool on_path, pid_t* child, const char* path, Actions* const* actions,
         if (actions != nullptr)
             posix_spawn_file_actions_addclosefrom_np(&(*actions)->real, (*actions)->highest + 1);
     }
-    ShellStart shell{path, arguments, variables};
-    return darwin_error((on_path ? posix_spawnp : posix_spawn)(
-        child, path, actions == nullptr ? nullptr : &(*actions)->real,
-        attributes == nullptr ? nullptr : &(*attributes)->real, shell.arguments(),
-        variables == nullptr ? nullptr : shell.variables()));
+    const auto start_shell = [&]
+    {
+        ShellStart shell{path, arguments, variables};
+        return (on_path ? posix_spawnp : posix_spawn)(
+            child, path, actions == nullptr ? nullptr : &(*actions)->real,
+            attributes == nullptr ? nullptr : &(*attributes)->real, shell.arguments(),
+            variables == nullptr ? nullptr : shell.variables());
+    };
+    return darwin_error(within_memory(ENOMEM, start_shell));
 }
 
 } // namespace

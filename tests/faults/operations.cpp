@@ -640,7 +640,8 @@ void World::add_process_facts()
                    record->nResidentSize > 0;
         })
         .prepare = [=] { record->nSize = sizeof *record; };
-    // A process whose files cannot be read comes with its id alone. A few are enough.
+    // A process whose files cannot be read comes with its id alone, one that others may not look into
+    // with a few facts. A few are enough.
     add(
         "List", "process", {ERROR_MIROVAN_PROCESS_LIST_FAILED}, sizeof *record,
         [=]
@@ -654,7 +655,7 @@ void World::add_process_facts()
                 record);
         },
         [=](Hit hit)
-        { return record->nProcessId > 0 && (hit.fired != 0 || record->nThreadCount > 0); });
+        { return record->nProcessId > 0 && (hit.fired != 0 || record->tszName[0] != '\0'); });
     const auto tag_is = [](unsigned long expected)
     {
         unsigned long tag = 0;
