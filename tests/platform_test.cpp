@@ -1,5 +1,5 @@
-#include "platform/linux/commands/report.h"
 #include "platform/copy.h"
+#include "platform/linux/commands/report.h"
 #include "platform/linux/mount_tree.h"
 #include "source/hardware/report.h"
 #include "tests/support/machine.h"
@@ -30,7 +30,7 @@ TEST(Copyfile, EndsAtTheSizeThatTheFileHad)
     bool whole = false;
     std::thread copier{[&]
                        {
-                           whole = mirovan::platform::copy_content(source, ends[1]);
+                           whole = copy_content(source, ends[1]);
                            close(ends[1]);
                        }};
     pollfd output{ends[0], POLLIN, 0};
