@@ -16,6 +16,16 @@ namespace fs = std::filesystem;
 using test::read_file;
 using test::widened;
 
+constexpr auto no_attributes = ERROR_MIROVAN_FILE_ATTR_NOTFOUND;
+constexpr auto no_copy = ERROR_MIROVAN_FILE_COPY_FAILED;
+constexpr auto exists = ERROR_MIROVAN_FILE_COPY_EXIST;
+constexpr auto no_folder = ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED;
+constexpr auto no_save = ERROR_MIROVAN_FILE_SAVE_OPEN;
+constexpr auto no_zeros = ERROR_MIROVAN_FILE_SPARSE_OPEN;
+constexpr auto no_room = ERROR_MIROVAN_FILE_SPARSE_WRITE;
+constexpr auto no_size = ERROR_MIROVAN_FILE_SPARSE_PARAMETER;
+constexpr auto no_deletion = ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED;
+
 const auto attributes = test::twins(Mirovan_File_GetFileAttrA, Mirovan_File_GetFileAttrW);
 const auto create = test::twins(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW);
 const auto save_bytes = test::twins(Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW);
@@ -93,14 +103,6 @@ TEST_P(Files, AttributesAreThoseOfStat)
 
 TEST_P(Files, Refusals)
 {
-    constexpr auto no_attributes = ERROR_MIROVAN_FILE_ATTR_NOTFOUND;
-    constexpr auto no_copy = ERROR_MIROVAN_FILE_COPY_FAILED;
-    constexpr auto exists = ERROR_MIROVAN_FILE_COPY_EXIST;
-    constexpr auto no_folder = ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED;
-    constexpr auto no_save = ERROR_MIROVAN_FILE_SAVE_OPEN;
-    constexpr auto no_size = ERROR_MIROVAN_FILE_SPARSE_PARAMETER;
-    constexpr auto no_zeros = ERROR_MIROVAN_FILE_SPARSE_WRITE;
-    constexpr auto no_deletion = ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED;
     const std::string name(300, 'n');
     const std::string path(5000, 'n');
     const std::string part(1024, 'n');
@@ -120,9 +122,9 @@ TEST_P(Files, Refusals)
     EXPECT_FAILS(save("/dev/full", "content"), no_save, ENOSPC);
     EXPECT_FAILS(save("none/" + path, "content"), no_save, ENAMETOOLONG);
     EXPECT_FAILS(save("none/" + part.substr(5), "content"), no_save, ENAMETOOLONG);
-    EXPECT_FAILS(zero_fill("none/x", 1LL), ERROR_MIROVAN_FILE_SPARSE_OPEN, ENOENT);
+    EXPECT_FAILS(zero_fill("none/x", 1LL), no_zeros, ENOENT);
     for (const long long size : {1LL, 4096LL, 1LL << 62})
-        EXPECT_FAILS(zero_fill("/dev/full", size), no_zeros, ENOSPC);
+        EXPECT_FAILS(zero_fill("/dev/full", size), no_room, ENOSPC);
     for (const long long size : {0LL, -1LL})
         EXPECT_FAILS(zero_fill("file", size), no_size, EINVAL);
     EXPECT_FAILS(copy("", "new"), no_copy, ENOENT);
@@ -176,20 +178,18 @@ TEST_P(Files, OfAnotherUser)
     test::as_ordinary_user(
         [&]
         {
-            constexpr auto failed = ERROR_MIROVAN_FILE_COPY_FAILED;
             MIROVAN_FILE_ATTR record{};
             EXPECT_SUCCEEDS(attributes("secret", &record));
             EXPECT_EQ(std::tuple(record.bIsReadable, record.nFileSize), std::tuple(false, 1));
-            EXPECT_FAILS(attributes("unsearchable/file", &record), ERROR_MIROVAN_FILE_ATTR_NOTFOUND,
-                         EACCES);
-            EXPECT_FAILS(create("/usr/mirovan"), ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EACCES);
+            EXPECT_FAILS(attributes("unsearchable/file", &record), no_attributes, EACCES);
+            EXPECT_FAILS(create("/usr/mirovan"), no_folder, EACCES);
             EXPECT_SUCCEEDS(copy("source", "own"));
-            EXPECT_FAILS(copy("source", "own"), failed, EACCES);
-            EXPECT_FAILS(copy("source", "closed"), failed, EACCES);
+            EXPECT_FAILS(copy("source", "own"), no_copy, EACCES);
+            EXPECT_FAILS(copy("source", "closed"), no_copy, EACCES);
             // It may write there, but not set the permission bits.
             if (is_anothers)
             {
-                EXPECT_FAILS(copy("source", "open to all"), failed, EPERM);
+                EXPECT_FAILS(copy("source", "open to all"), no_copy, EPERM);
             }
         });
     EXPECT_EQ(read_file("closed"), "kept");
@@ -300,16 +300,15 @@ TEST_P(Files, KeepWhatFitsWhenTheRoomEnds)
             const rlimit limit{room, room};
             ASSERT_NE(std::signal(SIGXFSZ, SIG_IGN), SIG_ERR);
             ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-            EXPECT_FAILS(save("saved", std::string(250'000, 's')), ERROR_MIROVAN_FILE_SAVE_OPEN,
-                         EFBIG);
+            EXPECT_FAILS(save("saved", std::string(250'000, 's')), no_save, EFBIG);
             EXPECT_EQ(read_file("saved"), std::string(room, 's'));
             for (const long long size : {100'001LL, 1'000'000LL, 1LL << 40})
-                EXPECT_FAILS(zero_fill("zeros", size), ERROR_MIROVAN_FILE_SPARSE_WRITE, EFBIG);
+                EXPECT_FAILS(zero_fill("zeros", size), no_room, EFBIG);
             EXPECT_EQ(read_file("zeros"), std::string(room, '\0'));
             EXPECT_SUCCEEDS(zero_fill("zeros", static_cast<long long>(room)));
             for (const char* to : {"new", "to replace"})
             {
-                EXPECT_FAILS(copy("source", to), ERROR_MIROVAN_FILE_COPY_FAILED, EFBIG);
+                EXPECT_FAILS(copy("source", to), no_copy, EFBIG);
                 EXPECT_EQ(mode_of(to), 0600U) << "nobody else may read it before it is whole";
             }
         });
@@ -357,19 +356,18 @@ TEST_P(Files, DeletionGoesOnPastWhatCannotBeRemoved)
     test::as_ordinary_user(
         [&]
         {
-            constexpr auto failed = ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED;
             plant_tree();
             scratch_.file("tree/a/b/stays/file");
             scratch_.file("tree/unreadable/file");
             set_mode("tree/a/b/stays", 0555);
             set_mode("tree/unreadable", 0);
             set_mode(scratch_.folder("tree/unreadable-empty"), 0);
-            EXPECT_FAILS(erase("tree", true), failed, EACCES);
+            EXPECT_FAILS(erase("tree", true), no_deletion, EACCES);
             EXPECT_EQ(test::shell_output("find tree 2>/dev/null | sort"),
                       "tree\ntree/a\ntree/a/b\ntree/a/b/stays\ntree/a/b/stays/file\n"
                       "tree/unreadable\n");
-            EXPECT_FAILS(erase("tree/unreadable", false), failed, EACCES);
-            EXPECT_FAILS(erase("tree/unreadable/x", false), failed, EACCES);
+            EXPECT_FAILS(erase("tree/unreadable", false), no_deletion, EACCES);
+            EXPECT_FAILS(erase("tree/unreadable/x", false), no_deletion, EACCES);
         });
 }
 
@@ -416,51 +414,40 @@ TEST(FileDeletion, OfThreeThousandLevelsInANarrowPlace)
 
 TEST(FileArguments, AreRefused)
 {
-    const test::Scratch scratch;
-    const std::wstring bad = widened(scratch.path()) + L"/\xD800";
-    constexpr auto no_attributes = ERROR_MIROVAN_FILE_ATTR_PARAMETER;
-    constexpr auto no_copy = ERROR_MIROVAN_FILE_COPY_PARAMETER;
-    constexpr auto no_folder = ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER;
-    constexpr auto no_save = ERROR_MIROVAN_FILE_SAVE_PARAMETER;
-    constexpr auto no_zeros = ERROR_MIROVAN_FILE_SPARSE_PARAMETER;
-    constexpr auto no_deletion = ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER;
     MIROVAN_FILE_ATTR record{};
-    EXPECT_FAILS(Mirovan_File_GetFileAttrA(nullptr, &record), no_attributes, EINVAL);
-    EXPECT_FAILS(Mirovan_File_GetFileAttrA("/", nullptr), no_attributes, EINVAL);
-    EXPECT_FAILS(Mirovan_File_GetFileAttrW(nullptr, &record), no_attributes, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CopyFileA(nullptr, "x", false), no_copy, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CopyFileW(L"x", nullptr, false), no_copy, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderA(nullptr), no_folder, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(nullptr), no_folder, EINVAL);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA(nullptr, "", 0), no_save, EINVAL);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(L"/none/x", nullptr, 0), no_save, EINVAL);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA("/none/x", "", -1), no_save, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateSparseFileA(nullptr, 1), no_zeros, EINVAL);
-    EXPECT_FAILS(Mirovan_File_CreateSparseFileW(nullptr, 1), no_zeros, EINVAL);
-    EXPECT_FAILS(Mirovan_File_DeleteMutilFolderA(nullptr, true), no_deletion, EINVAL);
-    EXPECT_FAILS(Mirovan_File_DeleteMutilFolderW(nullptr, false), no_deletion, EINVAL);
-
-    // No text: half of a surrogate pair, in the last part of a path and in its folder.
-    EXPECT_FAILS(Mirovan_File_GetFileAttrW(bad.c_str(), &record), ERROR_MIROVAN_FILE_ATTR_NOTFOUND,
-                 EILSEQ);
+    const auto refused =
+        [](auto narrow, auto wide, uint64_t code, uint64_t no_text, auto... further)
+    {
+        EXPECT_FAILS(narrow(nullptr, further...), code, EINVAL);
+        EXPECT_FAILS(wide(nullptr, further...), code, EINVAL);
+        // Half of a surrogate pair.
+        EXPECT_FAILS(wide(L"/tmp/\xD800", further...), no_text, EILSEQ);
+    };
+    refused(Mirovan_File_GetFileAttrA, Mirovan_File_GetFileAttrW, ERROR_MIROVAN_FILE_ATTR_PARAMETER,
+            no_attributes, &record);
+    refused(Mirovan_File_CreateMutilFolderA, Mirovan_File_CreateMutilFolderW,
+            ERROR_MIROVAN_FILE_CREATEFOLDER_PARAMETER, no_folder);
+    refused(Mirovan_File_SaveBuffToFileA, Mirovan_File_SaveBuffToFileW,
+            ERROR_MIROVAN_FILE_SAVE_PARAMETER, no_save, "", 0);
+    refused(Mirovan_File_CreateSparseFileA, Mirovan_File_CreateSparseFileW, no_size, no_zeros, 1LL);
+    refused(Mirovan_File_DeleteMutilFolderA, Mirovan_File_DeleteMutilFolderW,
+            ERROR_MIROVAN_FILE_DELETEFOLDER_PARAMETER, no_deletion, true);
     for (const bool fail_if_exists : {false, true})
     {
-        EXPECT_FAILS(Mirovan_File_CopyFileW(L"/etc/passwd", bad.c_str(), fail_if_exists),
-                     ERROR_MIROVAN_FILE_COPY_FAILED, EILSEQ);
-        EXPECT_FAILS(Mirovan_File_CopyFileW(bad.c_str(), L"x", fail_if_exists),
-                     ERROR_MIROVAN_FILE_COPY_FAILED, EILSEQ);
+        refused([=](const char* from) { return Mirovan_File_CopyFileA(from, "x", fail_if_exists); },
+                [=](const wchar_t* from)
+                { return Mirovan_File_CopyFileW(from, L"x", fail_if_exists); },
+                ERROR_MIROVAN_FILE_COPY_PARAMETER, no_copy);
+        refused([=](const char* to) { return Mirovan_File_CopyFileA("x", to, fail_if_exists); },
+                [=](const wchar_t* to) { return Mirovan_File_CopyFileW(L"x", to, fail_if_exists); },
+                ERROR_MIROVAN_FILE_COPY_PARAMETER, no_copy);
     }
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(bad.c_str()),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EILSEQ);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW((bad + L"/x").c_str(), "", 0),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, EILSEQ);
-    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(bad.c_str(), "", 0), ERROR_MIROVAN_FILE_SAVE_OPEN,
-                 EILSEQ);
-    EXPECT_FAILS(Mirovan_File_CreateSparseFileW(bad.c_str(), 1), ERROR_MIROVAN_FILE_SPARSE_OPEN,
-                 EILSEQ);
-    EXPECT_FAILS(Mirovan_File_DeleteMutilFolderW(bad.c_str(), true),
-                 ERROR_MIROVAN_FILE_DELETEFOLDER_FAILED, EILSEQ);
-    EXPECT_TRUE(fs::is_empty(scratch.path()));
+    EXPECT_FAILS(Mirovan_File_GetFileAttrA("/", nullptr), ERROR_MIROVAN_FILE_ATTR_PARAMETER);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA("/none/x", nullptr, 0),
+                 ERROR_MIROVAN_FILE_SAVE_PARAMETER);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileA("/none/x", "", -1),
+                 ERROR_MIROVAN_FILE_SAVE_PARAMETER);
+    EXPECT_FAILS(Mirovan_File_SaveBuffToFileW(L"/tmp/\xD800/x", "", 0), no_folder, EILSEQ);
 }
 
 TEST(FileLimits, PathsOf1024Bytes)
@@ -469,8 +456,8 @@ TEST(FileLimits, PathsOf1024Bytes)
     MIROVAN_FILE_ATTR record{};
     const std::string null = std::string(1015, '/') + "dev/null";
     EXPECT_SUCCEEDS(Mirovan_File_GetFileAttrW(widened(null).c_str(), &record));
-    EXPECT_FAILS(Mirovan_File_GetFileAttrW(widened("/" + null).c_str(), &record),
-                 ERROR_MIROVAN_FILE_ATTR_NOTFOUND, ENAMETOOLONG);
+    EXPECT_FAILS(Mirovan_File_GetFileAttrW(widened("/" + null).c_str(), &record), no_attributes,
+                 ENAMETOOLONG);
     EXPECT_SUCCEEDS(Mirovan_File_GetFileAttrA(("/" + null).c_str(), &record));
     EXPECT_SUCCEEDS(Mirovan_File_CreateMutilFolderA((std::string(1020, '/') + "tmp").c_str()));
 
@@ -482,8 +469,7 @@ TEST(FileLimits, PathsOf1024Bytes)
     EXPECT_SUCCEEDS(Mirovan_File_CreateMutilFolderW(many.c_str()));
     EXPECT_EQ(test::shell_output("find '" + scratch.path() + "' -mindepth 8 | wc -l"), "1\n");
     many += L"/" + std::wstring(1023 - many.size(), L'x');
-    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(many.c_str()),
-                 ERROR_MIROVAN_FILE_CREATEFOLDER_FAILED, ENAMETOOLONG);
+    EXPECT_FAILS(Mirovan_File_CreateMutilFolderW(many.c_str()), no_folder, ENAMETOOLONG);
 }
 
 } // namespace
