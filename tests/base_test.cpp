@@ -8,7 +8,7 @@
 #include <malloc.h>
 #include <random>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int fuzz_text(const std::uint8_t* data, std::size_t size);
 
 namespace
 {
@@ -16,7 +16,7 @@ namespace
 /// What the fuzz target judges by other means ends the process when it is wrong.
 void check(const void* text, std::size_t size)
 {
-    LLVMFuzzerTestOneInput(static_cast<const std::uint8_t*>(text), size);
+    fuzz_text(static_cast<const std::uint8_t*>(text), size);
 }
 
 TEST(Text, EveryCharacterIsConvertedAsIconvDoes)
