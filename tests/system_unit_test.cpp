@@ -6,6 +6,7 @@
 #include "source/system/uptime.h"
 #include "tests/support/support.h"
 
+#include <array>
 #include <cerrno>
 #include <sys/sysctl.h>
 
@@ -36,56 +37,36 @@ TEST(StartTime, DropsPartsOfASecondFirst)
     EXPECT_EQ(start_time(1000, 2'000'000), -1000);
 }
 
-TEST(Processors, IdlePercentAddsUpIn64Bits)
+TEST(Processors, AreReadOneByOneAndAddedUpIn64Bits)
 {
-    constexpr std::uint32_t half = 0x80000000U;
-    constexpr std::uint32_t most = 0xFFFFFFFFU;
     // user, system, idle, nice of each processor
     const struct
     {
-        std::vector<processor_cpu_load_info> loads;
-        unsigned long percent;
-    } cases[] = {{{}, 0},
-                 {{{{0, 0, 0, 0}}}, 0},
-                 {{{{1, 0, 2, 0}}}, 66},
-                 {{{{0, 0, 5, 0}}}, 100},
-                 {{{{1, 1, 0, 1}}}, 0},
-                 {{{{1, 1, 5, 1}}, {{0, 0, 0, 0}}, {{1, 0, 0, 1}}}, 50},
-                 {{{{half, 0, half, 0}}}, 50},
-                 {{{{0x60000000U, 0, 0xF0000000U, 0}}}, 71},
-                 {{{{0, 0, most, 0}}, {{0, 0, most, 0}}, {{most, 0, most, 0}}}, 75}};
-    for (const auto& [loads, percent] : cases)
-        EXPECT_EQ(idle_percent(sum_of(loads)), percent) << loads.size();
-}
-
-TEST(Processors, AreReadOneByOne)
-{
-    struct Load
-    {
-        std::uint64_t user, system, idle, nice;
-    };
-    const struct
-    {
         const char* stat;
-        std::vector<Load> loads;
+        std::vector<std::array<std::uint64_t, 4>> loads;
+        unsigned long idle_percent;
     } cases[] = {
         {"cpu  9 9 9 9 9 9 9 9 9 9\ncpu0 10 20 30 40 5 6 7 8 9 10\ncpu1 1 2 3 4\nintr 1 2\n",
-         {{10, 30 + 6 + 7 + 8, 45, 20}, {1, 3, 4, 2}}},
+         {{10, 30 + 6 + 7 + 8, 45, 20}, {1, 3, 4, 2}},
+         36},
         {"cpu  1 1 1 1\ncpu2 5000000000 0 1 6000000000 4000000000\n", // two are offline
-         {{0, 0, 0, 0}, {0, 0, 0, 0}, {5'000'000'000, 1, 10'000'000'000, 0}}},
-        {"cpu0 1 2 3\ncpu1 1 2 x 4\ncpux 1 2 3 4\ncpu99999 1 1 1 1\nintr\ncpu0 1 1 1 1\n", {}},
-        {"", {}}};
-    for (const auto& [stat, expected] : cases)
+         {{0, 0, 0, 0}, {0, 0, 0, 0}, {5'000'000'000, 1, 10'000'000'000, 0}},
+         66},
+        {"cpu0 1 2 3\ncpu1 1 2 x 4\ncpux 1 2 3 4\ncpu99999 1 1 1 1\nintr\ncpu0 1 1 1 1\n", {}, 0},
+        {"", {}, 0},
+        {"cpu0 0 0 0 0\n", {{0, 0, 0, 0}}, 0},
+        {"cpu0 0 0 0 5\n", {{0, 0, 5, 0}}, 100},
+        {"cpu0 1 1 1 0\n", {{1, 1, 0, 1}}, 0},
+        {"cpu0 2147483648 0 0 2147483648\n", {{0x80000000U, 0, 0x80000000U, 0}}, 50},
+        {"cpu0 0 0 0 4294967295\ncpu1 2 0 0 1\n", {{0, 0, 0xFFFFFFFFU, 0}, {2, 0, 1, 0}}, 99}};
+    for (const auto& [stat, expected, percent] : cases)
     {
         const auto loads = processor_loads(stat);
         ASSERT_EQ(loads.size(), expected.size()) << stat;
         for (std::size_t i = 0; i < loads.size(); ++i)
-        {
-            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_USER], expected[i].user) << stat;
-            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_SYSTEM], expected[i].system) << stat;
-            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_IDLE], expected[i].idle) << stat;
-            EXPECT_EQ(loads[i].cpu_ticks[CPU_STATE_NICE], expected[i].nice) << stat;
-        }
+            for (std::size_t state = 0; state < 4; ++state)
+                EXPECT_EQ(loads[i].cpu_ticks[state], expected[i][state]) << stat;
+        EXPECT_EQ(idle_percent(sum_of(loads)), percent) << stat;
     }
     EXPECT_LE(
         idle_percent(sum_of(processor_loads("cpu0 6960 532 18446722036854775807 947 94 8 0 0\n"
@@ -128,19 +109,26 @@ TEST(Memory, CountersAreThoseOfTheKernelInBytes)
 
 TEST(Sysctl, RefusesWhatItDoesNotKnow)
 {
-    int name[] = {CTL_HW, 12345};
     char room[8] = "";
-    std::size_t size = sizeof room;
-    EXPECT_EQ(sysctl(name, 2, room, &size, nullptr, 0), -1);
-    EXPECT_EQ(errno, ENOENT);
-    name[1] = HW_MEMSIZE;
-    size = 4;
-    EXPECT_EQ(sysctl(name, 2, room, &size, nullptr, 0), -1);
-    EXPECT_EQ(errno, ENOMEM);
-    EXPECT_EQ(sysctl(name, 2, nullptr, &size, nullptr, 0), 0);
-    EXPECT_EQ(size, 8U);
-    EXPECT_EQ(sysctl(name, 2, room, &size, room, sizeof room), -1);
-    EXPECT_EQ(errno, EPERM);
+    const struct
+    {
+        int name, size;
+        void* to;
+        void* from;
+        int reason;
+    } cases[] = {{12345, 8, room, nullptr, ENOENT},
+                 {HW_MEMSIZE, 4, room, nullptr, ENOMEM},
+                 {HW_MEMSIZE, 8, room, room, EPERM},
+                 {HW_MEMSIZE, 4, nullptr, nullptr, 0}};
+    for (const auto& [key, room_size, to, from, reason] : cases)
+    {
+        int name[] = {CTL_HW, key};
+        auto size = static_cast<std::size_t>(room_size);
+        errno = 0;
+        EXPECT_EQ(sysctl(name, 2, to, &size, from, from == nullptr ? 0 : 8), reason == 0 ? 0 : -1);
+        EXPECT_EQ(errno, reason);
+        EXPECT_EQ(size, reason == 0 ? 8 : static_cast<std::size_t>(room_size));
+    }
 }
 
 TEST(Display, IsTheFirstConnectedOutput)
@@ -148,14 +136,15 @@ TEST(Display, IsTheFirstConnectedOutput)
     const test::Scratch root;
     EXPECT_FALSE(drm_display(root.path()));
     root.file("class/drm/version", "drm 1.1.0\n");
-    root.file("class/drm/card0-DP-1/status", "disconnected\n");
-    root.file("class/drm/card0-DP-1/modes", "640x480\n");
-    root.file("class/drm/card0-eDP-1/status", "connected\n");
-    root.file("class/drm/card0-eDP-1/modes", "");
-    root.file("class/drm/card1-HDMI-A-1/status", "connected\n");
-    root.file("class/drm/card1-HDMI-A-1/modes", "2560x1440\n1920x1080\n");
-    root.file("class/drm/card1-HDMI-A-2/status", "connected\n");
-    root.file("class/drm/card1-HDMI-A-2/modes", "800x600\n");
+    for (const auto& [name, status, modes] :
+         {std::array{"card0-DP-1", "disconnected\n", "640x480\n"},
+          {"card0-eDP-1", "connected\n", ""},
+          {"card1-HDMI-A-1", "connected\n", "2560x1440\n1920x1080\n"},
+          {"card1-HDMI-A-2", "connected\n", "800x600\n"}})
+    {
+        root.file(std::string{"class/drm/"} + name + "/status", status);
+        root.file(std::string{"class/drm/"} + name + "/modes", modes);
+    }
     EXPECT_EQ(drm_display(root.path()), (DisplaySize{2560, 1440}));
 }
 

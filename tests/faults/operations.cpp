@@ -893,8 +893,8 @@ void World::add_system()
         "GetLanguage", "system", {}, 64, [this] { return Mirovan_System_GetLanguage(at<char>()); },
         [this](Hit) { return std::string{std::getenv("LANG")} == at<char>(); });
     add(
-        "WMIQuery", "system", {}, 0,
-        [this] { return Mirovan_System_WMIQuery("a", "b", at<char>(), 0); },
+        "WMIQuery", "system", {}, 64,
+        [this] { return Mirovan_System_WMIQuery("a", "b", at<char>(), 64); },
         [this](Hit) { return room_.is_untouched(); });
 }
 
