@@ -83,6 +83,8 @@ if(TARGET mirovan_program)
     "This package has the command line program mirovan, and a timer for systemd that
 writes the metrics of the machine where Prometheus' node exporter finds them.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+  # The library that it needs comes from the same build.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime_package} (>= ${PROJECT_VERSION})")
 endif()
 
