@@ -47,14 +47,14 @@ Progress::Progress(std::string title, std::uint64_t all, bool in_bytes)
 void Progress::begin(const std::filesystem::path& file)
 {
     const std::lock_guard lock{mutex_};
-    file_ = file;
+    if (in_bytes_)
+        file_ = file;
 }
 
 void Progress::advance(std::uint64_t by)
 {
     done_ += by;
-    if (in_bytes_)
-        begin({});
+    begin({});
 }
 
 void Progress::end()

@@ -93,16 +93,27 @@ bool may_go_on(const TreeOptions& options, const std::string& question)
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
-Sum count(const TreeOptions& options)
+/// What the options select; and for each entry of the folder itself, how many are in it.
+struct Found : Sum
 {
-    Sum sum;
-    for_each(options, sum, true, false,
+    std::map<std::string, std::uint64_t> parts;
+};
+
+Found count(const TreeOptions& options)
+{
+    Found found;
+    for_each(options, found, true, false,
              [&](const file::entry& entry)
              {
-                 ++sum.entries;
-                 sum.bytes += size_of(entry);
+                 ++found.entries;
+                 found.bytes += size_of(entry);
+                 const std::string& path = entry.path.native();
+                 std::size_t end = path.size();
+                 for (int depth = entry.depth; depth > 1; --depth)
+                     end = path.rfind('/', end - 1);
+                 ++found.parts[path.substr(0, end)];
              });
-    return sum;
+    return found;
 }
 
 void refuse_precious(const fs::path& path)
@@ -139,7 +150,7 @@ int delete_below(const TreeOptions& options, bool with_folder)
     refuse_precious(options.path);
     const bool has_selection =
         !options.pattern.empty() || options.depth != 0 || options.same_volume;
-    const Sum found = count(options);
+    const Found found = count(options);
     const std::string what = summary(found) + " below " + harmless(options.path) +
                              (with_folder && !has_selection ? ", and the folder" : "");
     if (options.dry_run)
@@ -156,7 +167,17 @@ int delete_below(const TreeOptions& options, bool with_folder)
         put("deleted " + summary(done) + '\n');
         return status_of(done);
     }
+    // Folder by folder, for the progress; what is left then goes together, or fails.
+    Progress progress{"deleting", found.entries, false};
+    for (const auto& [part, entries] : found.parts)
+    {
+        std::error_code ec;
+        if (entries > 1)
+            file::delete_folder(part, ec);
+        progress.advance(entries);
+    }
     with_folder ? file::delete_folder(options.path) : file::empty_folder(options.path);
+    progress.end();
     put("deleted " + what + '\n');
     return 0;
 }
@@ -290,7 +311,10 @@ int tree_copy(const TreeOptions& options)
         return status_of(done);
     }
     file::create_folders(to);
-    Progress progress{"copying", found.bytes, true};
+    // Of small files the number is what takes the time.
+    constexpr std::uint64_t small = std::uint64_t{1} << 15U;
+    const bool in_bytes = found.bytes > found.entries * small;
+    Progress progress{"copying", in_bytes ? found.bytes : found.entries, in_bytes};
     for_each(options, done, true, false,
              [&](const file::entry& entry)
              {
@@ -301,7 +325,7 @@ int tree_copy(const TreeOptions& options)
                      copy_entry(options, entry, target);
                      ++done.entries;
                      done.bytes += size_of(entry);
-                     progress.advance(size_of(entry));
+                     progress.advance(in_bytes ? size_of(entry) : 1);
                  }
                  catch (const mirovan::error& error)
                  {
