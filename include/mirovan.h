@@ -1340,7 +1340,7 @@ extern "C"
      * @brief Runs a program or a shell command line, passes its output to functions of the caller
      * and waits for it.
      *
-     * The command leads its own process group, inherits the standard streams and no other file
+     * The command leads its own process group, has the standard streams and no other file
      * descriptor, and has the caller's signal mask. Output and errors are passed on byte for byte
      * as they arrive. The call returns when the command itself has ended and all of its output has
      * been passed on, even if a background process that it left still holds its pipes. The signal

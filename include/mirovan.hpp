@@ -1618,8 +1618,8 @@ enum class end
     exited = MIROVAN_END_EXITED,       /**< With an exit status. */
     signalled = MIROVAN_END_SIGNALLED, /**< By a signal. */
     limit = MIROVAN_END_LIMIT,         /**< At the limit. */
-    stopped = MIROVAN_END_STOPPED,     /**< By a function that returned false. */
-    running = MIROVAN_END_RUNNING      /**< It still runs. */
+    stopped = MIROVAN_END_STOPPED, /**< By a function that returned false, or stop_descriptor. */
+    running = MIROVAN_END_RUNNING  /**< It still runs. */
 };
 
 /** @brief How a command ended and what it used, from execute(), execute_line() and wait(). */
@@ -1662,6 +1662,7 @@ struct execute_options
     std::chrono::milliseconds limit = {};                /**< 0 for none. */
     std::optional<std::chrono::milliseconds> grace = {}; /**< From SIGTERM to SIGKILL. */
     bool merge_errors = false;                           /**< Redirect stderr to stdout. */
+    std::optional<int> stop_descriptor = {};             /**< Ends the command when readable. */
     output_function on_output = {};                      /**< Receives stdout. */
     output_function on_errors = {};                      /**< Receives stderr. */
 };
@@ -1730,7 +1731,9 @@ inline command_result execute(const std::vector<std::string>* arguments, const s
     const auto environment = pointers(variables);
     MIROVAN_COMMAND command{};
     command.nSize = sizeof command;
-    command.nFlags = options.merge_errors ? static_cast<uint32_t>(MIROVAN_COMMAND_MERGE) : 0U;
+    command.nFlags = (options.merge_errors ? uint32_t{MIROVAN_COMMAND_MERGE} : 0U) |
+                     (options.stop_descriptor ? uint32_t{MIROVAN_COMMAND_STOP} : 0U);
+    command.nStopDescriptor = options.stop_descriptor.value_or(-1);
     if (arguments != nullptr && !arguments->empty() && !has_null(*arguments))
         command.ppszArguments = argument_pointers.data();
     if (line != nullptr)

@@ -183,6 +183,11 @@ TEST(CxxHeader, Commands)
     result =
         process::execute({"sleep", "60"}, {.limit = milliseconds{20}, .grace = milliseconds{0}});
     EXPECT_EQ(std::pair(result.how, result.signal), std::pair(end::limit, SIGKILL));
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[1]);
+    EXPECT_EQ(process::execute({"sleep", "60"}, {.stop_descriptor = ends[0]}).how, end::stopped);
+    close(ends[0]);
     std::string seen;
     const auto take = [&](std::string_view piece)
     {
