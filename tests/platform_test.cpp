@@ -1,6 +1,8 @@
 #include "platform/copy.h"
+#include "platform/linux/cgroup.h"
 #include "platform/linux/commands/report.h"
 #include "platform/linux/mount_tree.h"
+#include "platform/linux/os_release.h"
 #include "source/hardware/report.h"
 #include "tests/support/machine.h"
 #include "tests/support/support.h"
@@ -105,6 +107,17 @@ std::string volumes_of(const std::string& table)
     return volumes;
 }
 
+/// The lowest of the limits of the control groups around.
+std::string limits_of(const std::string& root)
+{
+    std::optional<std::uint64_t> memory;
+    std::optional<std::uint64_t> processors;
+    EXPECT_TRUE(platform::read_memory_limit(root, memory)) << root;
+    EXPECT_TRUE(platform::read_processor_quota(root, processors)) << root;
+    const auto text = [](const auto& limit) { return limit ? std::to_string(*limit) : "none"; };
+    return "memory " + text(memory) + "\nprocessors " + text(processors) + "\n";
+}
+
 TEST(RecordedTrees, AreReportedAsRecorded)
 {
     for (const std::string& machine : test::recorded_machines("trees"))
@@ -116,12 +129,49 @@ TEST(RecordedTrees, AreReportedAsRecorded)
         const commands::Machine facts = commands::read_machine(*system);
         const std::string hardware = commands::hardware_report(facts);
         const std::string storage = commands::storage_report(commands::read_volumes(*system));
-        test::expect_as_recorded(machine,
-                                 "$ system_profiler\n" + hardware + storage + "$ ioreg -l\n" +
-                                     commands::registry_listing(facts, true) + "$ volumes\n" +
-                                     volumes_of(system->read("/proc/self/mountinfo")) +
-                                     "$ record\n" + record_of(hardware, storage));
+        test::expect_as_recorded(
+            machine, "$ system_profiler\n" + hardware + storage + "$ ioreg -l\n" +
+                         commands::registry_listing(facts, true) + "$ volumes\n" +
+                         volumes_of(system->read("/proc/self/mountinfo")) + "$ limits\n" +
+                         limits_of(scratch.path()) + "$ record\n" + record_of(hardware, storage));
     }
+}
+
+TEST(HostLimits, ThatCannotBeReadAreNotNone)
+{
+    const test::Scratch root;
+    test::plant_tree(
+        test::parse_tree(
+            "=== proc/self/mountinfo = 30 20 0:26 / /sys/fs/cgroup rw - cgroup2 c rw\\n\n"
+            "=== proc/self/cgroup = 0::/\\n\n"),
+        root.path());
+    std::optional<std::uint64_t> limit;
+    for (const char* file : {"memory.max", "cpu.max"})
+        root.folder(std::string{"sys/fs/cgroup/"} + file);
+    errno = 0;
+    EXPECT_FALSE(platform::read_memory_limit(root.path(), limit) ||
+                 platform::read_processor_quota(root.path(), limit));
+    EXPECT_EQ(errno, EISDIR);
+}
+
+TEST(OsRelease, ValuesAreWordsOfTheShell)
+{
+    const struct
+    {
+        const char* text;
+        const char* value;
+    } cases[] = {
+        {"NAME=Fedora\n", "Fedora"},
+        {"# NAME=no\nPRETTY_NAME=\"no\"\nNAME=\"Debian GNU/Linux\"\nID=x", "Debian GNU/Linux"},
+        {"NAME='a \"b\" \\c'", "a \"b\" \\c"},
+        {"NAME=\"a \\\"b\\\" \\$c\\\\ 'd'\"\n", "a \"b\" $c\\ 'd'"},
+        {"NAME=one\nNAME=two\n", "two"},
+        {"NAME=", ""},
+        {"NAMES=x\nNAME\n", ""},
+        {"NAME=\"open\\", "open\\"},
+        {"", ""}};
+    for (const auto& [text, value] : cases)
+        EXPECT_EQ(platform::os_release_value(text, "NAME"), value) << text;
 }
 
 } // namespace

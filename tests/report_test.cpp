@@ -4,7 +4,6 @@
 #include "tests/support/support.h"
 
 #include <array>
-#include <clocale>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
@@ -63,52 +62,6 @@ TEST(StorageReport, AgreesWithASecondReading)
 TEST(StorageReport, ReadingThatFailsTells)
 {
     EXPECT_EQ(mirovan::read_report_lines(-1, [](std::string_view) {}), EBADF);
-}
-
-/// Builds a locale of the system's definitions below a folder, for LOCPATH.
-void build_locale(const std::string& folder, const char* definition, const char* charset)
-{
-    const std::string name = std::string{definition} + "." + charset;
-    // It warns about what the definitions do not use, and ends with 1 then.
-    test::shell_output("localedef -c -i " + std::string{definition} + " -f " + charset + " '" +
-                       folder + "/" + name + "' 2>&1");
-}
-
-std::string record_of(const std::string& report)
-{
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{std::fopen(report.c_str(), "r"),
-                                                               std::fclose};
-    mirovan::WritableVolumes volumes;
-    tag_Mirovan_Cpu_Information processor = test::unfilled_processor;
-    mirovan::ProcessorLines lines{processor};
-    mirovan::read_report_lines(fileno(file.get()),
-                               [&](std::string_view line)
-                               {
-                                   volumes.take_line(line);
-                                   lines.take_line(line);
-                               });
-    return test::report_record(volumes.names(), processor);
-}
-
-TEST(Reports, AreReadTheSameInEveryLocale)
-{
-    const test::Scratch locales;
-    build_locale(locales.path(), "de_DE", "UTF-8");
-    build_locale(locales.path(), "tr_TR", "UTF-8");
-    build_locale(locales.path(), "tr_TR", "ISO-8859-9");
-    const test::Environment path{"LOCPATH", locales.path().c_str()};
-    for (const char* locale : {"C", "C.UTF-8", "de_DE.UTF-8", "tr_TR.UTF-8", "tr_TR.ISO-8859-9"})
-    {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
-        EXPECT_STREQ(std::localeconv()->decimal_point, locale[0] == 'C' ? "." : ",") << locale;
-        for (const std::string& report : test::recorded_machines("reports"))
-        {
-            const std::string record = record_of(report);
-            const std::string expected = test::read_file(report + ".expected");
-            EXPECT_EQ(record, expected.substr(0, record.size())) << locale << ' ' << report;
-        }
-    }
-    std::setlocale(LC_ALL, "C");
 }
 
 } // namespace
