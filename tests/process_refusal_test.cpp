@@ -2,7 +2,10 @@
 #include "tests/support/support.h"
 
 #include <cerrno>
+#include <cstring>
 #include <libproc.h>
+#include <numeric>
+#include <sys/proc.h>
 #include <unistd.h>
 #include <utility>
 
@@ -19,7 +22,8 @@ namespace
 {
 
 int refusal = 0;      ///< The errno for the next whole record.
-int thread_count = 0; ///< Above 0: so many threads, of which every second one has ended.
+int thread_count = 0; ///< Above 0: so many threads, of which every second one ended.
+const proc_taskallinfo* made = nullptr; ///< What is told of every process.
 
 } // namespace
 
@@ -30,13 +34,17 @@ int call_of_the_library(int pid, int flavor, uint64_t arg, void* buffer, int siz
         errno = std::exchange(refusal, 0);
         return 0;
     }
+    if (flavor == PROC_PIDTASKALLINFO && made != nullptr)
+    {
+        *static_cast<proc_taskallinfo*>(buffer) = *made;
+        return sizeof *made;
+    }
     if (thread_count == 0 || flavor == PROC_PIDTASKALLINFO)
         return call_of_the_layer(pid, flavor, arg, buffer, size);
     if (flavor == PROC_PIDLISTTHREADS)
     {
         const int count = std::min(size / static_cast<int>(sizeof(uint64_t)), thread_count);
-        for (int handle = 1; handle <= count; ++handle)
-            static_cast<uint64_t*>(buffer)[handle - 1] = static_cast<uint64_t>(handle);
+        std::iota(static_cast<uint64_t*>(buffer), static_cast<uint64_t*>(buffer) + count, 1);
         return count * static_cast<int>(sizeof(uint64_t));
     }
     if (arg % 2 == 0)
@@ -51,45 +59,80 @@ int call_of_the_library(int pid, int flavor, uint64_t arg, void* buffer, int siz
 namespace
 {
 
-TEST(ProcessRefusal, WhatEverybodyMayKnowIsStillReported)
+struct Facts
 {
-    tag_Mirovan_Process_Infomation whole{};
-    auto whole_record = test::sized<MIROVAN_PROCESS_RECORD>();
-    TARVELO_LIBTIME whole_start{};
-    ASSERT_TRUE(Mirovan_Process_GetProcessInfo(&whole, nullptr, getpid()));
-    ASSERT_TRUE(Mirovan_Process_GetRecord(getpid(), &whole_record));
-    ASSERT_TRUE(Mirovan_Process_GetUpTime(&whole_start, getpid()));
-    for (const int reason : {EPERM, ESRCH})
+    tag_Mirovan_Process_Infomation info{};
+    MIROVAN_PROCESS_RECORD record = test::sized<MIROVAN_PROCESS_RECORD>();
+    TARVELO_LIBTIME start{};
+
+    /// Of this process; each operation meets the refusal.
+    explicit Facts(int reason = 0)
     {
-        tag_Mirovan_Process_Infomation info{};
         refusal = reason;
         EXPECT_SUCCEEDS(Mirovan_Process_GetProcessInfo(&info, nullptr, getpid()));
-        EXPECT_STREQ(info.tszProcessName, whole.tszProcessName);
-        EXPECT_STREQ(info.tszUserName, whole.tszUserName);
-        EXPECT_EQ(info.nState, 3);
-        EXPECT_EQ(info.nThreadCount, 0);
-        EXPECT_EQ(info.nVirtualSize + info.nResidentSize, 0U);
-        TARVELO_LIBTIME start{};
-        refusal = reason;
-        EXPECT_SUCCEEDS(Mirovan_Process_GetUpTime(&start, 0));
-        EXPECT_EQ(start.nSecond, whole_start.nSecond);
-        auto record = test::sized<MIROVAN_PROCESS_RECORD>();
         refusal = reason;
         EXPECT_SUCCEEDS(Mirovan_Process_GetRecord(0, &record));
-        EXPECT_EQ(record.nKnown, MIROVAN_PROCESS_PARENT | MIROVAN_PROCESS_USER |
-                                     MIROVAN_PROCESS_NAME | MIROVAN_PROCESS_NICE |
-                                     MIROVAN_PROCESS_START_TIME);
-        EXPECT_EQ(record.nParentId, whole_record.nParentId);
-        EXPECT_EQ(record.nUserId, whole_record.nUserId);
-        EXPECT_STREQ(record.tszName, whole_record.tszName);
-        EXPECT_EQ(record.nStartTime, whole_record.nStartTime);
-        EXPECT_EQ(record.nThreadCount + record.nResidentSize + record.nUserTime, 0U);
-        EXPECT_EQ(record.cState, '\0');
+        refusal = reason;
+        EXPECT_SUCCEEDS(Mirovan_Process_GetUpTime(&start, 0));
+    }
+};
+
+TEST(ProcessRefusal, WhatEverybodyMayKnowIsStillReported)
+{
+    const Facts whole;
+    for (const int reason : {EPERM, ESRCH})
+    {
+        const Facts known{reason};
+        EXPECT_STREQ(known.info.tszProcessName, whole.info.tszProcessName);
+        EXPECT_STREQ(known.info.tszUserName, whole.info.tszUserName);
+        EXPECT_EQ(known.info.nState, 3);
+        EXPECT_EQ(known.info.nThreadCount, 0);
+        EXPECT_EQ(known.info.nVirtualSize + known.info.nResidentSize, 0U);
+        EXPECT_EQ(known.start.nSecond, whole.start.nSecond);
+        auto expected = test::sized<MIROVAN_PROCESS_RECORD>();
+        expected.nKnown = MIROVAN_PROCESS_PARENT | MIROVAN_PROCESS_USER | MIROVAN_PROCESS_NAME |
+                          MIROVAN_PROCESS_NICE | MIROVAN_PROCESS_START_TIME;
+        expected.nProcessId = getpid();
+        expected.nParentId = whole.record.nParentId;
+        expected.nUserId = whole.record.nUserId;
+        expected.nNice = whole.record.nNice;
+        expected.nStartTime = whole.record.nStartTime;
+        std::strcpy(expected.tszName, whole.record.tszName);
+        EXPECT_EQ(std::memcmp(&known.record, &expected, sizeof expected), 0);
     }
     tag_Mirovan_Process_Infomation info{};
     refusal = EMFILE;
     EXPECT_FAILS(Mirovan_Process_GetProcessInfo(&info, nullptr, getpid()),
                  ERROR_MIROVAN_PROCESS_INFO_FAILED, EMFILE);
+}
+
+TEST(ProcessRefusal, StatesAndPageInsAreThoseOfTheSystem)
+{
+    const struct
+    {
+        uint32_t status;
+        int running;
+        char letter;
+        int state;
+    } cases[] = {{SRUN, 1, 'R', 0}, {SRUN, 3, 'R', 0},  {SRUN, 0, 'S', 3}, {SSLEEP, 0, 'D', 3},
+                 {SIDL, 0, 'I', 3}, {SSTOP, 0, 'T', 3}, {SZOMB, 0, 'Z', 3}};
+    for (const auto& [status, running, letter, state] : cases)
+    {
+        proc_taskallinfo task{};
+        task.pbsd.pbi_status = status;
+        task.pbsd.pbi_uid = geteuid();
+        task.ptinfo.pti_numrunning = running;
+        task.ptinfo.pti_pageins = 4003;
+        task.ptinfo.pti_virtual_size = (5ULL << 32U) + 4096;
+        made = &task;
+        const Facts facts;
+        EXPECT_EQ(facts.record.cState, letter);
+        EXPECT_EQ(facts.record.nVirtualSize, task.ptinfo.pti_virtual_size);
+        EXPECT_EQ(facts.info.nState, state) << letter;
+        EXPECT_EQ(facts.info.nPageIns, 1000);
+        EXPECT_EQ(facts.info.nVirtualSize, (1U << 30U) + 1024);
+        made = nullptr;
+    }
 }
 
 TEST(ProcessRefusal, UsageIsTheSumOverTheThreadsThatRun)

@@ -45,22 +45,25 @@ class Shutdown : public testing::Test
 {
 protected:
     /// Runs the body without privileges, and with no command within reach but those of the test.
-    template <class Body>
-    void guarded(Body body)
+    void guarded(const std::function<void()>& body) const
     {
-        for (const char* name : {"xset", "gnome-screensaver-command", "pkill"})
-            commands_.add(name, "echo \"" + std::string{name} + " $*\" >>" + record_ +
-                                    "; exit ${TEST_STATUS:-0}");
-        const std::filesystem::path folder = commands_.folder();
+        for (const std::string name : {"xset", "gnome-screensaver-command", "pkill"})
+            commands_.add(name,
+                          "echo \"" + name + " $*\" >>" + record_ + "; exit ${TEST_STATUS:-0}");
+        const std::string folder = commands_.folder();
         std::filesystem::permissions(folder, std::filesystem::perms::all);
         test::as_ordinary_user(
             [&]
             {
                 const test::Environment only{"PATH", folder.c_str()};
-                asked.clear();
-                answer = 0;
                 body();
             });
+    }
+
+    static void expect_failure(const std::vector<unsigned long>& actions, uint64_t code, int reason)
+    {
+        for (const unsigned long action : actions)
+            EXPECT_FAILS(Mirovan_System_Shutdown(action), code, reason) << action;
     }
 
     [[nodiscard]] std::string recorded() const { return test::read_file(record_); }
@@ -76,15 +79,12 @@ TEST_F(Shutdown, HaltsAndRestartsAfterASync)
     guarded(
         [&]
         {
-            EXPECT_SUCCEEDS(Mirovan_System_Shutdown(0x10001));
-            EXPECT_SUCCEEDS(Mirovan_System_Shutdown(0x10007));
-            EXPECT_SUCCEEDS(Mirovan_System_Shutdown(0x10003));
+            for (const unsigned long action : {0x10001UL, 0x10007UL, 0x10003UL})
+                EXPECT_SUCCEEDS(Mirovan_System_Shutdown(action));
             const std::vector<std::string> expected = {"sync", halt, "sync", halt, "sync", restart};
             EXPECT_EQ(asked, expected);
             answer = EPERM;
-            for (const unsigned long action : {0x10001UL, 0x10003UL, 0x10007UL})
-                EXPECT_FAILS(Mirovan_System_Shutdown(action), ERROR_MIROVAN_SYSTEM_QUERY_FAILED,
-                             EPERM);
+            expect_failure({0x10001, 0x10003, 0x10007}, ERROR_MIROVAN_SYSTEM_QUERY_FAILED, EPERM);
         });
 }
 
@@ -93,10 +93,8 @@ TEST_F(Shutdown, RefusesOtherActions)
     guarded(
         [&]
         {
-            for (const unsigned long action :
-                 {0x10006UL, 0x10000UL, 0x10008UL, 0UL, ~0UL, 0x100010001UL})
-                EXPECT_FAILS(Mirovan_System_Shutdown(action), ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE,
-                             EINVAL);
+            expect_failure({0x10006, 0x10000, 0x10008, 0, ~0UL, 0x100010001},
+                           ERROR_MIROVAN_SYSTEM_SHUTDOWN_TYPE, EINVAL);
             EXPECT_TRUE(asked.empty());
             EXPECT_EQ(recorded(), "");
         });
@@ -111,11 +109,9 @@ TEST_F(Shutdown, ShellActionsAreJudgedByTheirStatus)
             EXPECT_SUCCEEDS(Mirovan_System_Shutdown(0x10005));
             EXPECT_EQ(recorded(), "xset dpms force off\ngnome-screensaver-command -l\n");
             const test::Environment fails{"TEST_STATUS", "1"};
-            for (const unsigned long action : {0x10002UL, 0x10004UL, 0x10005UL})
-                EXPECT_FAILS(Mirovan_System_Shutdown(action), ERROR_MIROVAN_SYSTEM_QUERY_FAILED,
-                             EIO);
+            expect_failure({0x10002, 0x10004, 0x10005}, ERROR_MIROVAN_SYSTEM_QUERY_FAILED, EIO);
             const test::Environment nowhere{"PATH", "/nonexistent"};
-            EXPECT_FAILS(Mirovan_System_Shutdown(0x10002), ERROR_MIROVAN_SYSTEM_QUERY_FAILED, EIO);
+            expect_failure({0x10002}, ERROR_MIROVAN_SYSTEM_QUERY_FAILED, EIO);
         });
 }
 

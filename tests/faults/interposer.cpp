@@ -18,7 +18,6 @@
 #include <pwd.h>
 #include <sched.h>
 #include <spawn.h>
-#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -199,16 +198,6 @@ void mark_error(std::FILE* stream)
     stream->_flags |= error_seen;
 }
 
-/// When the system refuses what a stream's buffer holds, that is gone.
-template <class Write>
-void move_or_lose(Write* write_real, const void* from, std::size_t size, std::size_t count,
-                  std::FILE* stream)
-{
-    if (__fbufsize(stream) <= 1)
-        write_real(from, size, count, stream);
-    mark_error(stream);
-}
-
 /// What a call that failed was to fill must not be used.
 template <class Output>
 void spoil(Output* output)
@@ -301,8 +290,6 @@ extern "C"
             (folder, path, flags, mask, to), EACCES, ENOMEM, EIO, ENOSYS)
     FAILING(int, statvfs, (const char* path, struct statvfs* to), (path, to), EACCES, EIO, ENOMEM,
             EINTR)
-    FAILING(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode), EACCES,
-            EMFILE, ENFILE, ENOMEM, EIO, EINTR)
     FAILING(int, openat, (int folder, const char* path, int flags, mode_t mode),
             (folder, path, flags, mode), EACCES, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS, EIO, EINTR)
     STAND_IN(int, close, (int file), (file), (real(file), fails(way, -1)), EIO, ENOSPC, EDQUOT)
@@ -343,21 +330,10 @@ extern "C"
 
     NULLING(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), EACCES, EMFILE,
             ENOMEM)
-    NULLING(std::FILE*, fdopen, (int file, const char* mode), (file, mode), ENOMEM)
-    STAND_IN(std::size_t, fwrite,
-             (const void* from, std::size_t size, std::size_t count, std::FILE* stream),
-             (from, size, count, stream),
-             (move_or_lose(real, from, size, count / 2, stream), fails(way, count / 2)), ENOSPC,
-             EIO, EINTR)
-    STAND_IN(int, fflush, (std::FILE * stream), (stream), (mark_error(stream), fails(way, EOF)),
-             ENOSPC, EIO)
     STAND_IN(char*, fgets, (char* to, int size, std::FILE* stream), (to, size, stream),
              (mark_error(stream), fails<char*>(way, nullptr)), EIO)
     STAND_IN(int, fclose, (std::FILE * stream), (stream), (real(stream), fails(way, EOF)), ENOSPC,
              EIO)
-    FAILING(int, setvbuf, (std::FILE * stream, char* buffer, int mode, std::size_t size),
-            (stream, buffer, mode, size), ENOMEM)
-
     // Processes.
 
 #define SPAWNING(name)                                                                             \
