@@ -7,10 +7,11 @@ namespace
 {
 
 using test::Environment;
+using test::quoted;
 using test::Scratch;
 using test::shell_output;
 
-const std::string commands = MIROVAN_TEST_COMMANDS "/";
+const std::string commands = quoted(MIROVAN_TEST_COMMANDS) + "/";
 
 std::string output_of(const std::string& command)
 {
@@ -76,8 +77,8 @@ TEST(LinuxCommands, AgreeWithThisMachine)
 /// The library's record in another process, with what stands before it on the command line.
 std::string record_in(const std::string& library_folder, const std::string& environment)
 {
-    return shell_output("env " + environment + " LD_LIBRARY_PATH='" + library_folder + "' " +
-                        MIROVAN_TEST_MACHINE_RECORD);
+    return shell_output("env " + environment + " LD_LIBRARY_PATH=" + quoted(library_folder) + " " +
+                        quoted(MIROVAN_TEST_MACHINE_RECORD));
 }
 
 TEST(LinuxCommands, AreFoundWhereverTheLibraryIs)
@@ -97,7 +98,8 @@ TEST(LinuxCommands, AreFoundWhereverTheLibraryIs)
     // A command of that name in the current folder must not be found.
     const std::string trap = scratch.file("system_profiler", "#!/bin/sh\necho trapped\n");
     std::filesystem::permissions(trap, std::filesystem::perms::all);
-    shell_output("cmake --install " MIROVAN_TEST_BUILD " --prefix '" + (scratch / "first") + "'");
+    shell_output("cmake --install " + quoted(MIROVAN_TEST_BUILD) + " --prefix " +
+                 quoted(scratch / "first"));
     const std::string library = MIROVAN_TEST_LIBRARY_FOLDER;
     for (const std::string& folder : {std::string{MIROVAN_TEST_BUILD "/"} + library,
                                       scratch / "first/" + library, scratch / "moved/" + library})

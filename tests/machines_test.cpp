@@ -9,8 +9,8 @@ namespace
 /// A recorded report stands in for what every command prints.
 void add_report(const test::Commands& commands, const std::string& report)
 {
-    commands.add("system_profiler", "exec cat '" + report + "'");
-    commands.add("ioreg", "exec cat '" + report + "'");
+    commands.add("system_profiler", "exec cat " + test::quoted(report));
+    commands.add("ioreg", "exec cat " + test::quoted(report));
 }
 
 TEST(RecordedReports, AreReadAsRecorded)

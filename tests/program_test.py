@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import re
+import shlex
 import shutil
 import signal
 import socket
@@ -21,6 +22,7 @@ import jsonschema
 PROGRAM = os.environ.get("PROGRAM", str(Path(__file__).parents[1] / "build/release/bin/mirovan"))
 SCHEMA = json.loads((Path(__file__).parents[1] / "docs/report.schema.json").read_text())
 ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8", "TERM": "xterm-256color"}
+os.umask(0o022)
 HOSTILE = [b"plain", b"esc\x1b[31m", b"new\nline", b"bad\xff", "csi\u009b".encode(), b"back\\slash",
            "turn\u202egpj".encode(), "größe 日本".encode()]
 
@@ -48,7 +50,7 @@ class Screen:
 
     def __init__(self, width, *arguments, height=20, **environment):
         self.socket = f"mirovan-test-{os.getpid()}-{id(self)}-{time.monotonic_ns()}"
-        line = " ".join(f"'{part}'" for part in (PROGRAM, *arguments))
+        line = shlex.join((PROGRAM, *arguments))
         variables = [f"-e{name}={value}" for name, value in environment.items()]
         self.tmux("-f", "/dev/null", "new-session", "-d", "-x", str(width), "-y", str(height),
                   *variables, f"{line}; echo status $?; sleep 60")
@@ -118,7 +120,7 @@ class Commands(Case):
 
     def test_closed_and_full_outputs(self):
         for line in ["report", "processes", "tree list /usr/share", "run -- yes", "volumes --json"]:
-            ended = subprocess.run(f"set -o pipefail; {PROGRAM} {line} 2>errors | head -n 1 >/dev/null",
+            ended = subprocess.run(f"set -o pipefail; {shlex.quote(PROGRAM)} {line} 2>errors | head -n 1 >/dev/null",
                                    shell=True, executable="/bin/bash", cwd=self.folder, check=False)
             self.assertIn(ended.returncode, (0, 141), line)
             self.assertEqual((self.folder / "errors").read_text(), "", line)

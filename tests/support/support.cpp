@@ -29,6 +29,17 @@ namespace test
 // Whoever started the tests in the background, or with nohup, left SIGINT ignored: children inherit it.
 [[maybe_unused]] const auto interruptible = std::signal(SIGINT, SIG_DFL);
 
+// What tests make is for other users too, whatever mask they were started with.
+[[maybe_unused]] const auto mask_of_others = umask(022);
+
+std::string quoted(const std::string& text)
+{
+    std::string word = "'";
+    for (const char character : text)
+        word += character == '\'' ? "'\\''" : std::string{character};
+    return word + "'";
+}
+
 Scratch::Scratch()
 {
     std::string pattern = fs::temp_directory_path() / "mirovan-test-XXXXXX";

@@ -38,6 +38,9 @@ private:
 std::string read_file(const std::string& path);
 std::wstring widened(const std::string& text);
 
+/// A text as one word of a shell.
+std::string quoted(const std::string& text);
+
 /// What /bin/sh prints for a command line, read independently of the library.
 std::string shell_output(const std::string& command_line);
 
