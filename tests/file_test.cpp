@@ -276,6 +276,21 @@ TEST_P(Files, SavingReplacesTheContent)
     EXPECT_EQ(Mirovan_GetLastError(nullptr), ERROR_MIROVAN_FILE_ATTR_NOTFOUND);
 }
 
+TEST_P(Files, NewOnesHaveTheModeThatTheUmaskLeaves)
+{
+    for (const mode_t mask : {0U, 027U})
+    {
+        const std::string folder = "new" + std::to_string(mask);
+        const mode_t earlier = umask(mask);
+        EXPECT_SUCCEEDS(save(folder + "/saved", "x"));
+        EXPECT_SUCCEEDS(zero_fill(folder + "/zeros", 1LL));
+        umask(earlier);
+        EXPECT_EQ(mode_of(folder), 0777U & ~mask);
+        EXPECT_EQ(mode_of(folder + "/saved"), 0666U & ~mask);
+        EXPECT_EQ(mode_of(folder + "/zeros"), 0666U & ~mask);
+    }
+}
+
 TEST_P(Files, OfZerosHaveEveryByte)
 {
     const std::string path = scratch_.file("z\xC3\xA9ro", std::string(20'000, 'x'));

@@ -409,7 +409,7 @@ TEST(FileWalk, AgreesWithFind)
         {options(MIROVAN_WALK_STATUS), ""},
         {options(MIROVAN_WALK_FOLDERS_LAST), "-depth"},
         {options(MIROVAN_WALK_FOLDERS_LAST | MIROVAN_WALK_STATUS, 2), "-depth -maxdepth 2"},
-        {options(MIROVAN_WALK_SAME_VOLUME, 1), "-xdev -maxdepth 1"},
+        {options(MIROVAN_WALK_SAME_VOLUME, 2), "-xdev -maxdepth 2"},
         {options(MIROVAN_WALK_STATUS, 0, "*.txt"), "-name '*.txt'"},
         {options(MIROVAN_WALK_FOLDERS_LAST, 0, "[ab]"), "-depth -name '[ab]'"}};
     for (const std::string end : {"", "/"})
