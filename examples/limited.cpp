@@ -3,19 +3,16 @@
 //     limited MILLISECONDS COMMAND...
 #include <mirovan.hpp>
 
-#include <cstdlib>
 #include <iostream>
+#include <stdexcept>
 
 int main(int argc, char** argv)
 try
 {
     if (argc < 3)
-    {
-        std::cerr << "usage: limited MILLISECONDS COMMAND...\n";
-        return 2;
-    }
+        throw std::invalid_argument{"limited MILLISECONDS COMMAND..."};
     mirovan::process::execute_options options;
-    options.limit = std::chrono::milliseconds{std::atoi(argv[1])};
+    options.limit = std::chrono::milliseconds{std::stoi(argv[1])};
     const auto result = mirovan::process::execute({argv + 2, argv + argc}, options);
     std::cout << result.output;
     std::cerr << result.errors;
@@ -27,4 +24,9 @@ catch (const mirovan::error& failure)
 {
     std::cerr << failure.what() << '\n';
     return failure.system() == std::errc::no_such_file_or_directory ? 127 : 126;
+}
+catch (const std::logic_error& failure)
+{
+    std::cerr << "wrong use: " << failure.what() << '\n';
+    return 2;
 }

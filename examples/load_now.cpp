@@ -4,15 +4,16 @@
 #include <mirovan.hpp>
 
 #include <cstdio>
-#include <cstdlib>
+#include <exception>
+#include <string>
 #include <thread>
 
 int main(int argc, char** argv)
 try
 {
     mirovan::system::load_sampler machine;
-    mirovan::process::usage_sampler process{argc > 2 ? std::atoi(argv[2]) : 0};
-    for (int second = argc > 1 ? std::atoi(argv[1]) : 1; second > 0; --second)
+    mirovan::process::usage_sampler process{argc > 2 ? std::stoi(argv[2]) : 0};
+    for (int second = argc > 1 ? std::stoi(argv[1]) : 1; second > 0; --second)
     {
         std::this_thread::sleep_for(std::chrono::seconds{1});
         const auto load = machine.load();
@@ -28,8 +29,8 @@ try
         std::printf(", process %.2f processors\n", *usage);
     }
 }
-catch (const mirovan::error& failure)
+catch (const std::exception& failure)
 {
-    std::fprintf(stderr, "%s\n", failure.what());
+    (void)std::fprintf(stderr, "%s\n", failure.what());
     return 2;
 }

@@ -32,6 +32,7 @@ expect 143 '^ended at its limit$'       'limited 200 sh -c "echo begun; sleep 61
 expect 143 '^begun$'                    'limited 200 sh -c "echo begun; sleep 61.25 & sleep 61.25"'
 expect 1 '^$'                           'echo; ps -e -o args | grep -q "^sleep 61[.]25"'
 expect 127 'No such file'               'limited 0 /nonexistent'
+expect 2 '^wrong use'                   'limited soon true'
 expect 0 '^all .* process [01]\.[0-9]+ processors$' 'yes >/dev/null & load_now 1 $!; s=$?; kill $!; exit $s'
 expect 2 'No such process'              'load_now 1 2147483647'
 expect 0 '^     3  ok$'                 'numbered_lines "yes ok" 3'
