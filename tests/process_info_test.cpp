@@ -149,6 +149,7 @@ TEST(ProcessRecord, AgreesWithPs)
     const Child busy{{"busy"}};
     const Child stopped{{}};
     stopped.signal(SIGSTOP);
+    require(setpriority(PRIO_PROCESS, static_cast<id_t>(stopped.pid()), 7) == 0);
     const Child zombie{{}};
     zombie.signal(SIGKILL);
     // Some of them live a life of their own, and ps takes its time.

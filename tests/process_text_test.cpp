@@ -13,27 +13,6 @@ const std::string behind_name =
     " S 1 2 2 0 -1 4194560 100 200 3000 4 50 60 7 8 20 -5 9 0 123456 4096000 250 "
     "18446744073709551615 1 1 0 0 0 0 0 0 0 0 0 0 17 3 0 0";
 
-TEST(ProcessText, StatFieldsFollowTheLastParenthesis)
-{
-    for (const std::string name : {"sh", "", ") R 1 (", "a\nb", "))", "("})
-    {
-        const std::string text = "42 (" + name + ")" + behind_name + "\n";
-        const auto stat = parse_process_stat(text);
-        ASSERT_TRUE(stat) << name;
-        EXPECT_EQ(stat->name, name);
-        EXPECT_EQ(stat->state, 'S');
-        EXPECT_EQ(stat->parent, 1U);
-        EXPECT_EQ(stat->minor_faults, 100U);
-        EXPECT_EQ(stat->major_faults, 3000U);
-        EXPECT_EQ(stat->user_ticks, 50U);
-        EXPECT_EQ(stat->system_ticks, 60U);
-        EXPECT_EQ(stat->nice, -5);
-        EXPECT_EQ(stat->threads, 9U);
-        EXPECT_EQ(stat->start_ticks, 123456U);
-        EXPECT_TRUE(stat->leads);
-    }
-}
-
 TEST(ProcessText, OnlyCompleteTextsMakeARecord)
 {
     const std::string stat = "42 (sh)" + behind_name;
