@@ -291,38 +291,33 @@ TEST(EnumerationOfInvalidText, EndsOrGoesThrough)
     const std::string folder = scratch / "folder";
     const std::wstring wide_folder = widened(folder);
     std::list<std::string> names;
-    EXPECT_SUCCEEDS(m_FileSdk.Mirovan_File_EnumFileA(folder.c_str(), &names, false, 1, "t"));
+    std::list<std::wstring> wide_names;
+    const auto narrow =
+        [&](const std::string& start, bool recurse, int type, const char* filter = nullptr)
+    { return m_FileSdk.Mirovan_File_EnumFileA(start.c_str(), &names, recurse, type, filter); };
+    const auto wide =
+        [&](const std::wstring& start, bool recurse, int type, const wchar_t* filter = nullptr)
+    { return m_FileSdk.Mirovan_File_EnumFileW(start.c_str(), &wide_names, recurse, type, filter); };
+    EXPECT_SUCCEEDS(narrow(folder, false, 1, "t"));
     EXPECT_EQ(names, std::list<std::string>{path});
-    EXPECT_SUCCEEDS(m_FileSdk.Mirovan_File_EnumFileA(folder.c_str(), &names, true, 2, nullptr));
-    EXPECT_THROW(m_FileSdk.Mirovan_File_EnumFileA(scratch.path().c_str(), &names, true, 3, "none"),
-                 std::system_error);
+    EXPECT_SUCCEEDS(narrow(folder, true, 2));
+    EXPECT_THROW(narrow(scratch.path(), true, 3, "none"), std::system_error);
     EXPECT_EQ(names, (std::list<std::string>{path, folder})) << "what was appended stays";
     EXPECT_FALSE(Mirovan_IsErrorOccur);
-    std::list<std::wstring> wide;
-    EXPECT_SUCCEEDS(m_FileSdk.Mirovan_File_EnumFileW(wide_folder.c_str(), &wide, true, 1, L"none"));
-    EXPECT_THROW(m_FileSdk.Mirovan_File_EnumFileW(wide_folder.c_str(), &wide, false, 1, nullptr),
-                 std::system_error);
-    EXPECT_THROW(m_FileSdk.Mirovan_File_EnumFileW(L"/\xD800", &wide, true, 1, nullptr),
-                 std::system_error);
-    int count = -1;
-    EXPECT_FAILS(Mirovan_File_EnumFileA(folder.c_str(), nullptr, &count, true, 1),
-                 ERROR_MIROVAN_FILE_ENUM_NOTDIR, EILSEQ);
-    EXPECT_FAILS(Mirovan_File_EnumFileW(wide_folder.c_str(), nullptr, &count, true, 1),
-                 ERROR_MIROVAN_FILE_ENUM_NOTDIR, EILSEQ);
-    EXPECT_EQ(count, -1);
+    EXPECT_SUCCEEDS(wide(wide_folder, true, 1, L"none"));
+    EXPECT_THROW(wide(wide_folder, false, 1), std::system_error);
+    EXPECT_THROW(wide(L"/\xD800", true, 1), std::system_error);
     fs::create_directory(folder + "/\xFE");
-    EXPECT_THROW(m_FileSdk.Mirovan_File_EnumFileW(wide_folder.c_str(), &wide, true, 0, nullptr),
-                 std::system_error);
-}
-
-TEST(EnumerationArguments, AreRefused)
-{
-    constexpr auto refused = ERROR_MIROVAN_FILE_ENUM_PARAMETER;
-    std::list<std::string> list;
-    std::list<std::wstring>* none = nullptr;
+    EXPECT_THROW(wide(wide_folder, true, 0), std::system_error);
     int count = -1;
-    EXPECT_FAILS(m_FileSdk.Mirovan_File_EnumFileA(nullptr, &list, true, 3, nullptr), refused,
-                 EINVAL);
+    constexpr auto failed = ERROR_MIROVAN_FILE_ENUM_NOTDIR;
+    EXPECT_FAILS(Mirovan_File_EnumFileA(folder.c_str(), nullptr, &count, true, 1), failed, EILSEQ);
+    EXPECT_FAILS(Mirovan_File_EnumFileW(wide_folder.c_str(), nullptr, &count, true, 1), failed,
+                 EILSEQ);
+
+    constexpr auto refused = ERROR_MIROVAN_FILE_ENUM_PARAMETER;
+    std::list<std::wstring>* none = nullptr;
+    EXPECT_FAILS(m_FileSdk.Mirovan_File_EnumFileA(nullptr, &names, true, 3, nullptr), refused);
     EXPECT_FAILS(m_FileSdk.Mirovan_File_EnumFileW(L"/", none, true, 3, nullptr), refused, EINVAL);
     EXPECT_FAILS(Mirovan_File_EnumFileW(nullptr, nullptr, &count, true, 3), refused, EINVAL);
     EXPECT_FAILS(Mirovan_File_EnumFileA(nullptr, nullptr, &count, true, 3),
