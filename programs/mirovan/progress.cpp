@@ -2,6 +2,8 @@
 
 #include "screen.h"
 
+#include <algorithm>
+
 namespace program
 {
 
@@ -82,8 +84,11 @@ void Progress::show() const
     if (all_ > 0)
     {
         const double ratio = static_cast<double>(done) / static_cast<double>(all_);
-        line += bar(ratio, 20) + ' ' + human_percent(std::min(ratio, 1.0)) + "  " +
-                amount(done, in_bytes_) + " of " + amount(all_, in_bytes_);
+        // What stands beside it takes some 60 columns.
+        const std::size_t room = std::max<std::size_t>(screen().width(), 65) - 60;
+        line += bar(ratio, std::min<std::size_t>(room, 20)) + ' ' +
+                human_percent(std::min(ratio, 1.0)) + "  " + amount(done, in_bytes_) + " of " +
+                amount(all_, in_bytes_);
     }
     else
         line += amount(done, in_bytes_);
