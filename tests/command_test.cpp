@@ -502,7 +502,7 @@ TEST(Commands, HaveTheCallersSignals)
     const test::Scratch scratch;
     const std::string seen = scratch / "status";
     const std::string line = "exec grep -E '^Sig(Blk|Ign)' /proc/self/status >" + seen;
-    for (const auto& [name, run] : ways)
+    for (const auto& way : ways)
         test::in_child(
             [&]
             {
@@ -518,9 +518,9 @@ TEST(Commands, HaveTheCallersSignals)
                 const std::string expected =
                     test::shell_output("exec grep -E '^Sig(Blk|Ign)' /proc/self/status");
                 const auto held = test::Held::now();
-                EXPECT_SUCCEEDS(run(line.c_str())) << name;
-                EXPECT_EQ(test::Held::now(), held) << name;
-                EXPECT_EQ(test::read_file(seen), expected) << name;
+                EXPECT_SUCCEEDS(way.second(line.c_str())) << way.first;
+                EXPECT_EQ(test::Held::now(), held) << way.first;
+                EXPECT_EQ(test::read_file(seen), expected) << way.first;
             });
 }
 
