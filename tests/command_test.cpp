@@ -332,7 +332,7 @@ TEST(Execute, WhatCannotBeStartedOrIsInvalid)
     }
 }
 
-TEST(Execute, ManyAtOnceHoweverTheCallerTreatsItsChildren)
+TEST(Execute, OnManyThreadsHoweverTheCallerTreatsItsChildren)
 {
     const auto reap = [](int)
     {
@@ -457,7 +457,7 @@ TEST(SystemEx, KillsAndReapsWhatOutlivesTheLimit)
     }
 }
 
-TEST(SystemEx, CallsAtTheSameTimeRestoreTheSignalsOnce)
+TEST(SystemEx, CallsOnTwoThreadsRestoreTheSignalsOnce)
 {
     test::in_child(
         []
