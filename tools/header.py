@@ -55,7 +55,7 @@ def error_codes(text: str) -> List[Tuple[str, str, str]]:
 
 
 def error_causes(text: str) -> List[Tuple[str, str, str, str]]:
-    """Constant, errno, operation and sentence of every cause that is told apart."""
+    """Constant, errno, operation and sentence of every cause with a sentence of its own."""
     return re.findall(r'\bXX\((\w+),\s+(\w+),\s+"(\w*)",\s+"([^"]*)"\)',
                       text.replace("\\\n", "\n"))
 

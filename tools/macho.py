@@ -87,7 +87,7 @@ class Library:
                 return value, at
 
     def link_table(self, which):
-        """One of the tables of the command that tells the loader what to do."""
+        """One of the tables of the dyld information command."""
         if 0x80000034 in self.commands:
             raise ValueError("chained fixups are not known here")
         at = self.commands[0x80000022] + 8 * (which + 1)
