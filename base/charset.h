@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-/// Wide text to UTF-8. The conversion is strict: surrogates and values above 10FFFF are refused.
+/// Converts a wide string to UTF-8. Surrogates and values above 10FFFF are rejected.
 ///
-/// On failure the destination is an empty text and errno tells why: EILSEQ no valid text,
+/// On failure the destination is an empty string and errno is set: EILSEQ not valid,
 /// ENAMETOOLONG it does not fit with its NUL.
 ///
 /// @param pnLen receives the length of the result in bytes; what it holds on entry is ignored. May

@@ -48,7 +48,7 @@ bool split_path(std::basic_string_view<Char> path, std::span<Char> folder, std::
     return false;
 }
 
-/// Where a text must be cut so that at most `room` bytes remain and no UTF-8 character is split.
+/// The length to which a string is truncated: at most `room` bytes, no UTF-8 character split.
 std::size_t cut_length(std::string_view text, std::size_t room)
 {
     if (text.size() <= room)
@@ -58,7 +58,7 @@ std::size_t cut_length(std::string_view text, std::size_t room)
     const std::size_t lowest = length - std::min(length, longest_tail);
     while (length > lowest && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80)
         --length;
-    // Four continuation bytes in a row are no UTF-8: such a text has no boundary to keep.
+    // Four continuation bytes in a row are not UTF-8: there is no boundary to preserve.
     return (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80 ? room : length;
 }
 

@@ -8,7 +8,7 @@
 ///
 /// A path without a separator has the folder ".", one whose only separator is the first character
 /// the folder "/"; no other folder ends in a separator. A backslash is an ordinary character. An
-/// output without room (an empty span) is not asked for. When a part does not fit, all outputs are
+/// output that is an empty span is ignored. When a part does not fit, all outputs are
 /// empty texts, errno is ENAMETOOLONG and the result is false.
 bool Fundix_String_GetFileAndPathA(const char* lpszFullPath, std::span<char> folder,
                                    std::span<char> file, std::span<char> extension);
@@ -27,10 +27,10 @@ bool Fundix_String_GetStartEndA(const char* lpszSource, std::span<char> dest, co
 namespace mirovan
 {
 
-/// Copies a text, cut to what fits with its NUL; never inside a UTF-8 character.
+/// Copies a string, truncated at a UTF-8 character boundary if it does not fit.
 void copy_cut(std::span<char> dest, std::string_view text) noexcept;
 
-/// Appends to the text that dest holds, cut in the same way; false when it had to cut.
+/// Appends to the string in dest, truncated likewise; false if it was truncated.
 bool append_cut(std::span<char> dest, std::string_view text) noexcept;
 
 } // namespace mirovan

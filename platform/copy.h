@@ -11,7 +11,7 @@ namespace mirovan::platform
 bool clone_file(int source, const struct stat& status, const char* path);
 
 /// Copies the content of an open file to an empty one, as much as the file holds at first: one that
-/// grows meanwhile must come to an end. False, with errno set, on failure.
+/// grows during the copy must not be copied endlessly. False, with errno set, on failure.
 bool copy_content(int from, int to);
 
 } // namespace mirovan::platform

@@ -16,7 +16,7 @@ Descriptor open_process_end(pid_t process);
 /// Sends a signal to the process that the descriptor was opened for, whoever has its id by now.
 ///
 /// Without a valid descriptor, and where the system has no such call, the id alone names the
-/// process: the caller makes sure that it is a child that has not been reaped.
+/// process: the caller ensures that it is a child that has not been reaped.
 ///
 /// @return 0, or the errno
 int signal_process(const Descriptor& end, pid_t process, int number);

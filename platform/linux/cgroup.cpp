@@ -132,7 +132,7 @@ bool read_memory(const Group& group, const std::string& folder, std::optional<st
             limit = bytes;
         return true;
     }
-    // The groups around one of version 1 limit it if they are told so: the kernel sums that up.
+    // In version 1 the groups above limit it only if set so: the kernel reports the result.
     if (folder != group.folder + group.path)
         return true;
     if (!read_optional(folder + "/memory.stat", text))
@@ -166,7 +166,7 @@ bool read_quota(const Group& group, const std::string& folder, std::optional<std
         std::replace(text.begin(), text.end(), '\n', ' ');
         text += period;
     }
-    // "max" or -1 is no quota.
+    // "max" or -1 means no quota.
     std::string_view rest = text;
     std::uint64_t quota = 0;
     std::uint64_t period = 0;

@@ -17,7 +17,7 @@ struct CloseFile
     void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-/// The absolute path of the file that an address was loaded from; empty when it cannot be told.
+/// The absolute path of the file that an address was loaded from; empty if unknown.
 std::string mapped_file(const void* address)
 {
     const std::unique_ptr<std::FILE, CloseFile> maps{std::fopen("/proc/self/maps", "re")};

@@ -15,7 +15,7 @@ constexpr std::size_t buffer_size = std::size_t{256} * 1024;
 
 /// Has the kernel copy; returns how much it did. Whatever keeps it from going on (another kind of
 /// volume, an old kernel, a file that the kernel makes while it is read) is left to reading and
-/// writing, which succeeds or tells the true reason.
+/// writing, which succeeds or sets the errno of the cause.
 off_t copy_in_kernel(int from, int to, off_t size)
 {
     off_t done = 0;

@@ -13,7 +13,7 @@ constexpr unsigned half_mask = 0xFFFF;
 
 } // namespace
 
-// A display is asked for once, by its identifier, and the identifier carries the answer: there is
+// A display is queried once, by its identifier, which holds the result: there is
 // no state, and width and height are of the same moment.
 
 CGDirectDisplayID CGMainDisplayID()

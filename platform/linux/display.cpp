@@ -17,7 +17,7 @@ namespace
 {
 
 // What this file needs of the X client library, in the layout that the X protocol gives its setup
-// block. XCB rather than Xlib, whose answer to a server that goes away is to end the process.
+// block. XCB rather than Xlib, which ends the process if the server disconnects.
 struct Screen
 {
     std::uint32_t root;

@@ -38,7 +38,7 @@ kern_return_t memory_statistics(host_info_t info, mach_msg_type_number_t* count)
 
 } // namespace
 
-// There is one host and one task here: their ports are names that stand for nothing else.
+// There is one host and one task: their ports are constants.
 
 mach_port_t mach_host_self()
 {

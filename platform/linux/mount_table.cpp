@@ -40,7 +40,7 @@ std::optional<MountLine> parse_mount_line(std::string_view line)
     mount.root = next_field(line);
     mount.point = next_field(line);
     mount.options = next_field(line);
-    // Any number of further fields stands before a hyphen.
+    // Any number of further fields precedes a hyphen.
     bool separated = false;
     while (!separated && !line.empty())
         separated = next_field(line) == "-";

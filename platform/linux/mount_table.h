@@ -40,7 +40,7 @@ std::optional<std::string_view> next_line(std::string_view& text);
 /// a mount may have an empty source.
 std::string_view next_field(std::string_view& text, char separator = ' ');
 
-/// A text of the mount table with its escapes, such as \040 for a blank, resolved.
+/// A string of the mount table with its escapes, such as \040 for a space, decoded.
 std::string unescape_octal(std::string_view text);
 
 /// A name of /dev/disk/by-*, whose odd characters are written as \x20.

@@ -11,11 +11,11 @@ namespace mirovan::platform
 /// Whether a mount cannot be written to.
 bool is_read_only(const MountLine& mount);
 
-/// Whether the answers of a volume come from this machine's kernel, and not from a server or a
-/// program that may never answer. What mounts others when it is touched is not local either.
+/// Whether a volume is provided by the kernel of this machine, and not by a server or a
+/// program that may never respond. An automount point is not local either.
 bool is_local(const MountLine& mount);
 
-/// Which volumes are listed beside the one that holds the root folder.
+/// Which volumes are listed in addition to the one that holds the root folder.
 enum class Volumes
 {
     on_devices, ///< Those on block devices.
@@ -36,7 +36,7 @@ public:
     /// Whether another was mounted over it later, so that its mount point leads there.
     bool is_covered(const MountLine& mount) const;
 
-    /// Whether the way to it leads over a volume whose server may not answer.
+    /// Whether its path crosses a volume whose server may not respond.
     bool is_behind_server(const MountLine& mount) const;
 
     /// The mounts that people would call volumes, in the order of the table: each volume once,

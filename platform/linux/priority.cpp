@@ -23,7 +23,7 @@ int set_one(int which, id_t who, int priority)
     return static_cast<int>(syscall(SYS_setpriority, which, who, priority));
 }
 
-/// Gives a thread a priority and tells whether it had another one; a thread that has ended needs
+/// Sets a thread's priority and returns whether it had another one; a thread that has ended needs
 /// none.
 bool follow(id_t thread, int priority)
 {

@@ -46,7 +46,7 @@ std::chrono::nanoseconds now(clockid_t clock)
 /// The second of the wall clock in which the system started: what /proc/stat calls btime, without
 /// the cost of that file.
 ///
-/// It moves when the wall clock is set, and is therefore found anew each time: a start time is then
+/// It moves when the wall clock is set, and is therefore read each time: a start time is then
 /// one of the clock as it is now, which ps shows as well, and not of a clock that was wrong.
 std::int64_t boot_second()
 {
@@ -84,7 +84,7 @@ public:
         if (!stat_ || !read_into(stat_.get(), stat_text_, text))
             return no_process();
         const auto parsed = parse_process_stat(text);
-        // A thread that does not lead its process has a folder too, but is no process.
+        // A thread other than the first one has a folder too, but is not a process.
         if (!parsed || !parsed->leads)
             return unusable(text);
         stat = *parsed;
@@ -195,7 +195,7 @@ bool read_thread(int pid, proc_threadinfo& thread)
     return true;
 }
 
-/// Linux counts the processor time of a process as one: one handle stands for all its threads. As
+/// Linux has the processor time of the process alone: one handle represents all threads. As
 /// on macOS, the handle 0 is nobody's.
 std::uint64_t thread_handle(int pid)
 {

@@ -41,7 +41,7 @@ std::uint32_t process_status(char state);
 std::int64_t start_second(std::uint64_t start_ticks, std::uint64_t ticks_per_second,
                           std::int64_t boot_second);
 
-/// The share of a processor that a process used in its life, times TH_USAGE_SCALE.
+/// The average processor usage over the lifetime of a process, times TH_USAGE_SCALE.
 std::int32_t usage_share(const ProcessStat& stat, std::uint64_t ticks_per_second,
                          double seconds_since_boot);
 

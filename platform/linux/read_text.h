@@ -5,7 +5,7 @@
 namespace mirovan::platform
 {
 
-/// Reads a text file of the kernel's to its end, which its size does not tell. False, with errno
+/// Reads a text file of the kernel to its end, since its size is reported as 0. False, with errno
 /// set, when it cannot be read or is longer than any such file is.
 bool read_text(const char* path, std::string& text);
 

@@ -6,7 +6,7 @@
 
 namespace kernel
 {
-// The C library's own call, whose name the stand-in header takes.
+// The function of the C library, whose name the shim header replaces.
 extern "C" int c_library_reboot(int command) __asm__("reboot");
 } // namespace kernel
 

@@ -27,7 +27,7 @@ bool read_mounts(std::string& table)
 /// The kind of the volume that holds a path; empty when it is mounted outside of the caller's root
 /// folder, which the mount table does not show.
 ///
-/// A device number does not tell the mount: parts of a btrfs volume and files of an overlay report
+/// A device number does not identify a mount: parts of a btrfs volume and overlay files report
 /// numbers that no line of the table has.
 bool volume_kind(const char* path, std::span<char> kind)
 {
@@ -63,7 +63,7 @@ bool read_sizes(const char* path, struct statfs& volume)
     return true;
 }
 
-/// Fills in what the mount table says, and the sizes of a volume that is sure to answer at once.
+/// Fills in the fields of the mount table, and the sizes of a volume that cannot block.
 /// False for one whose mount point is longer than a path may be here.
 bool describe_mount(const MountTree& tree, const MountLine& mount, bool is_volume,
                     struct statfs& volume)
@@ -80,7 +80,7 @@ bool describe_mount(const MountTree& tree, const MountLine& mount, bool is_volum
     const bool local = platform::is_local(mount);
     volume.f_flags = (platform::is_read_only(mount) ? MNT_RDONLY : 0U) | (local ? MNT_LOCAL : 0U) |
                      (point == "/" ? MNT_ROOTFS : 0U) | (is_volume ? 0U : MNT_DONTBROWSE);
-    // Another volume would answer for one that is covered.
+    // statvfs() of a covered mount point returns the values of another volume.
     if (local && !tree.is_covered(mount) && !tree.is_behind_server(mount))
         read_sizes(volume.f_mntonname, volume);
     return true;

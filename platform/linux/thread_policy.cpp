@@ -20,7 +20,7 @@ namespace mirovan::platform
 namespace
 {
 
-/// A thread of this process, with the time of its start: an id is given anew.
+/// A thread of this process, with its start time, since ids are reused.
 struct ThreadKey
 {
     std::uint64_t id;
@@ -74,7 +74,7 @@ bool leads_to_thread(pthread_t handle)
     return first_word == static_cast<std::uintptr_t>(handle);
 }
 
-/// The id behind a handle, which the thread library tells only as a part of the thread's clock.
+/// The id of a handle, which the thread library exposes only in the id of the thread's clock.
 pid_t thread_id(pthread_t handle)
 {
     clockid_t clock = 0;

@@ -72,7 +72,7 @@ SystemName system_name()
 
 std::optional<std::uint32_t> usable_processors()
 {
-    // There is no affinity that keeps a process off a processor, and no quota.
+    // macOS has no affinity that excludes processors, and no quota.
     const auto online = system_value<std::int32_t>("hw.activecpu");
     if (!online)
         return std::nullopt;

@@ -8,7 +8,7 @@ namespace mirovan::platform
 namespace
 {
 
-// There is no pipe2(): no program may start between the making of a pipe and the setting of its
+// There is no pipe2(): no program may start between the creation of a pipe and setting its
 // flags.
 pthread_rwlock_t pipes_complete = PTHREAD_RWLOCK_INITIALIZER;
 

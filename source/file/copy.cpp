@@ -13,7 +13,7 @@ namespace
 using Status = struct stat;
 
 constexpr mode_t all_mode_bits = 07777;
-// Set-user-ID and its kin are not a copy's to have: its owner may be another.
+// No set-user-ID, set-group-ID or sticky bits: the copy may have another owner.
 constexpr mode_t copied_mode_bits = 0777;
 constexpr mode_t owner_mode_bits = 0700;
 constexpr mode_t unknown_mode = ~mode_t{0};
@@ -54,7 +54,7 @@ public:
     /// Gives it the mode that it is to have and closes it.
     bool finish()
     {
-        // A volume without permission bits is no reason to reject a new file.
+        // A volume without permission bits does not make the copy fail.
         return (mode_now_ == mode_ || set_mode(mode_) || (created_ && errno == EPERM)) &&
                file_.close();
     }

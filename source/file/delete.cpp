@@ -71,7 +71,7 @@ private:
         return true;
     }
 
-    /// What is above a folder that was moved meanwhile is not ours to delete.
+    /// The folder above one that was moved during the deletion is not to be deleted.
     void lost(int reason) { note_failure(reason == ENOENT ? ESTALE : reason); }
 
     void remove(int parent, const char* name, int flags)
@@ -89,7 +89,7 @@ private:
             note_failure(reason);
     }
 
-    /// What is gone already is no failure.
+    /// An entry that no longer exists is not a failure.
     void note_failure(int reason)
     {
         if (first_failure_ == 0 && reason != ENOENT)

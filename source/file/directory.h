@@ -41,7 +41,7 @@ EntryKind kind_of(const struct stat& status);
 class Directory
 {
 public:
-    /// Without success the result is false, and errno tells why.
+    /// On failure the result is false, and errno is set.
     static Directory open(int parent, const char* name, Links links);
 
     explicit operator bool() const { return stream_ != nullptr; }

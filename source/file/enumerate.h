@@ -98,7 +98,7 @@ private:
 
     void see_file(const char* name)
     {
-        // The narrow paths that a whole tree gives are valid text, which is itself when converted.
+        // The narrow paths of a tree are valid UTF-8 already.
         if (narrow && recurse_ && !(prefix_is_text_.back() && is_utf8(name)))
             throw_not_text();
         if (filter_ == nullptr || Form::begins_with(converted(extension_of(name)), filter_))

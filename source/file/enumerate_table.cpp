@@ -30,7 +30,7 @@ public:
             if (extension_[0] != Char{})
                 folder_ = folder;
         }
-        // A star that is more than part of a pattern stands for all of the folder before it.
+        // A star that is not part of a pattern selects the whole folder before it.
         if (std::is_same_v<Char, char> && filter() == nullptr && folder_.ends_with(Char{'*'}))
             folder_.pop_back();
         return true;

@@ -12,7 +12,7 @@ namespace mirovan
 namespace
 {
 
-// The larger a write is, the larger are the pieces of memory that the system keeps it in.
+// The kernel caches larger writes in larger blocks of memory.
 constexpr long long block_size = 1024LL * 1024;
 
 struct FreeMemory
@@ -20,7 +20,7 @@ struct FreeMemory
     void operator()(char* memory) const { std::free(memory); }
 };
 
-/// Zeros as the system hands them out: no memory is touched to make them.
+/// Zero pages from the kernel, which no code has to fill.
 std::unique_ptr<char, FreeMemory> make_zeros(std::size_t size)
 {
     std::unique_ptr<char, FreeMemory> zeros{static_cast<char*>(std::calloc(size, 1))};

@@ -42,19 +42,19 @@ std::string_view value(std::string_view line, std::string_view key)
     return line;
 }
 
-/// A speed in GHz as whole MHz.
+/// Converts a speed in GHz to MHz.
 int32_t megahertz(double gigahertz)
 {
     constexpr double per_gigahertz = 1000.0;
     using Limits = std::numeric_limits<int32_t>;
     const double speed = gigahertz * per_gigahertz;
-    // Compared this way round, so that what is no number becomes 0.
+    // In this order a NaN becomes 0.
     if (!(speed > Limits::min()))
         return speed <= Limits::min() ? Limits::min() : 0;
     return speed < Limits::max() ? static_cast<int32_t>(speed) : Limits::max();
 }
 
-/// The number between the key, in the case it has on this line, and the next blank. Where the region
+/// The number between the key, in the case it has on this line, and the next space. Where the region
 /// has a decimal comma, reports have one too.
 int32_t speed(std::string_view line, std::string_view key)
 {

@@ -16,7 +16,7 @@ bool is_heading(std::string_view line)
 }
 
 /// What a heading names: the text before the first hyphen, less its last character, which is the
-/// newline when there is no hyphen.
+/// newline if there is no hyphen.
 std::string heading_name(std::string_view line)
 {
     const std::string_view text = line.substr(indent.size());

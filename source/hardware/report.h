@@ -10,11 +10,11 @@
 namespace mirovan
 {
 
-/// Receives a line of a report with its newline, or a piece of 1,023 bytes of a longer one. A NUL
+/// Receives a line of a report with its newline, or a chunk of 1,023 bytes of a longer one. A NUL
 /// follows the text.
 using LineSink = std::function<void(std::string_view)>;
 
-/// Runs the command of a report and hands over its lines; fails with
+/// Runs the command of a report and passes on its lines; fails with
 /// ERROR_MIROVAN_HARDWARE_PARAMETER when the report cannot be had.
 bool read_report(const char* command, const LineSink& take_line);
 
@@ -24,7 +24,7 @@ bool read_report(const char* command, const LineSink& take_line);
 int read_report_lines(int descriptor, const LineSink& take_line);
 
 /// Whether a text starts with another, which is ASCII in lower case, whatever the case of its own
-/// letters A to Z. The user's locale has no say: in a Turkish one the small letter of I is no i.
+/// letters A to Z. Independent of the locale: in a Turkish one the lowercase of I is not i.
 bool starts_in_any_case(std::string_view text, std::string_view lower_case_start) noexcept;
 
 /// Finds the writable volumes in the lines of a storage report.
@@ -42,7 +42,7 @@ private:
     std::vector<std::string> names_;
 };
 
-/// Fills the fields that the lines of the hardware report tell; leaves the others alone.
+/// Fills the fields that are in the hardware report; does not change the others.
 class ProcessorLines
 {
 public:

@@ -76,7 +76,7 @@ MIROVAN_VOLUME describe(const struct statfs& volume, std::uint32_t flags)
     else if ((flags & MIROVAN_VOLUMES_NETWORK_SIZES) != 0 &&
              statfs(volume.f_mntonname, &answer) == 0)
         set_sizes(answer, record); // GCOVR_EXCL_LINE: machine
-    // A volume without sizes was not asked: it might not answer.
+    // A volume without sizes was not accessed: its server might not respond.
     if (is_local && is_browsable(volume) && volume.f_bsize != 0)
     {
         const platform::VolumeDetails details = platform::volume_details(volume);

@@ -344,7 +344,7 @@ void Execution::run()
         }
     }
     end_ = Clock::now();
-    // The command ends as a whole.
+    // The command ends with its process group.
     if (reason_ != MIROVAN_END_EXITED)
         platform::signal_group(child_->end(), child_->id(), SIGKILL);
     child_->wait();

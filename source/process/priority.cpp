@@ -15,7 +15,7 @@ bool get_priority(int* priority, int id)
 {
     if (priority == nullptr)
         return fail(ERROR_MIROVAN_PROCESS_PARAMETER, EINVAL);
-    // -1 is a priority like others: only errno tells it from a failure.
+    // -1 is a valid priority: only errno indicates a failure.
     errno = 0;
     const int value = getpriority(PRIO_PROCESS, static_cast<id_t>(named_process(id)));
     if (value == -1 && errno != 0)

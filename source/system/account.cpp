@@ -37,7 +37,7 @@ bool find_account(Lookup lookup, passwd& record, std::string& texts)
     return found != nullptr;
 }
 
-/// What a thread asked for last. Needs no destructor: the library may be unloaded before the thread
+/// The last lookup of a thread. Needs no destructor: the library may be unloaded before the thread
 /// ends.
 struct RecentName
 {

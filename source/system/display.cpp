@@ -11,7 +11,7 @@ bool get_size(int* width, int* height)
 {
     if (width == nullptr || height == nullptr)
         return fail(ERROR_MIROVAN_SYSTEM_PARAMETER, EINVAL);
-    // 0 stands for no display: without a window server there is none to ask.
+    // 0 means no display: there is no window server.
     const CGDirectDisplayID display = CGMainDisplayID();
     *width = display == 0 ? 0 : static_cast<int>(CGDisplayPixelsWide(display));
     *height = display == 0 ? 0 : static_cast<int>(CGDisplayPixelsHigh(display));

@@ -7,7 +7,7 @@
 namespace mirovan
 {
 
-/// The host's port; each one that is asked for has to be released.
+/// The port of the host; released by the destructor.
 class HostPort
 {
 public:

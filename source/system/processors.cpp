@@ -82,7 +82,7 @@ private:
     mach_msg_type_number_t size_ = 0;
 };
 
-/// The whole number at the start of a string, as atoi reads it, without its undefined overflow.
+/// The integer at the start of a string, like atoi() but with a defined overflow.
 int leading_number(const char* text)
 {
     return static_cast<int>(std::clamp(std::strtol(text, nullptr, 10), static_cast<long>(INT_MIN),

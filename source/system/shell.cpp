@@ -70,7 +70,7 @@ public:
 
     /// The thread's earlier mask.
     const sigset_t& mask() const { return mask_; }
-    /// The signals that are ignored only meanwhile.
+    /// The signals that are ignored during the call.
     const sigset_t& defaults() const { return defaults_; }
 
 private:

@@ -6,7 +6,7 @@
 namespace mirovan
 {
 
-/// When the system started: whole seconds of uptime before the present second.
+/// The start time of the system: the current second minus the uptime in whole seconds.
 std::time_t start_time(std::time_t now, std::uint64_t milliseconds_since_start);
 
 } // namespace mirovan

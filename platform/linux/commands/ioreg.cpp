@@ -15,7 +15,7 @@ std::string listing(const Arguments& arguments)
     {
         if (*argument == "-l")
             with_properties = true;
-        // Lines are never cut to a width here.
+        // Lines are never truncated to a width here.
         else if (*argument == "-w" && argument + 1 != arguments.end())
             ++argument;
         else

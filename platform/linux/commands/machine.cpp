@@ -63,7 +63,7 @@ void read_firmware(const System& system, Machine& machine)
     machine.manufacturer = firmware_text(system, "sys_vendor");
     machine.model_identifier = firmware_text(system, "product_name");
     machine.model_name = machine.model_identifier;
-    // Its product name is a type number; the name that is on the lid stands in the version.
+    // Its product name is a type number; the marketing name is in the version.
     if (machine.manufacturer == "LENOVO")
         machine.model_name = first_of(firmware_text(system, "product_version"), machine.model_name);
     if (machine.model_identifier.empty())

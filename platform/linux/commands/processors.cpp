@@ -21,7 +21,7 @@ const std::string& text_of(const Entry& entry, std::string_view key)
     return found == entry.end() ? nothing : found->second;
 }
 
-/// An empty line ends an entry. Keys and values stand around a colon.
+/// An empty line ends an entry. A colon separates key and value.
 std::vector<Entry> read_entries(std::string_view text)
 {
     std::vector<Entry> entries(1);
@@ -37,7 +37,7 @@ std::vector<Entry> read_entries(std::string_view text)
     return entries;
 }
 
-/// The usual name of a part by Arm, which tells only numbers.
+/// The usual name of an Arm part, which reports only numbers.
 std::string_view arm_part(std::string_view implementer, std::string_view part)
 {
     constexpr struct

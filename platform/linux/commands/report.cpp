@@ -66,7 +66,7 @@ std::string volume_size(std::uint64_t bytes)
     return joined({decimal(hundredths, 2), " ", *unit, " (", grouped(bytes), " bytes)"});
 }
 
-/// What names the volume. A label must not begin with a blank: the line would be no heading.
+/// The heading of the volume. A label that begins with a space would not be a heading.
 std::string heading(const Volume& volume)
 {
     const std::string_view label = trimmed(volume.label);
@@ -107,7 +107,7 @@ std::string quoted(std::string_view text)
     return quotation + '"';
 }
 
-/// A property whose value stands between two marks; nothing when it is empty.
+/// A property whose value is between two marks; nothing if it is empty.
 std::string property(std::string_view name, std::string_view opening, std::string_view value,
                      std::string_view closing)
 {

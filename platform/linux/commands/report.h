@@ -11,7 +11,7 @@ namespace mirovan::commands
 std::string hardware_report(const Machine& machine);
 std::string storage_report(const std::vector<Volume>& volumes);
 
-/// The registry: the root and below it the machine, with its properties where they are asked for.
+/// The registry: the root and below it the machine, with its properties if requested.
 std::string registry_listing(const Machine& machine, bool with_properties);
 
 } // namespace mirovan::commands

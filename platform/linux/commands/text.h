@@ -9,7 +9,7 @@
 namespace mirovan::commands
 {
 
-/// Without the blanks, newlines and NULs at both ends.
+/// Without the spaces, newlines and null characters at both ends.
 std::string_view trimmed(std::string_view text);
 
 /// The text before the first separator; all of it when there is none.
