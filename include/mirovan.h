@@ -775,8 +775,8 @@ extern "C"
      *         (the destination may be left incomplete). If the folder was created, the code is
      *         ::ERROR_MIROVAN_FILE_ATTR_NOTFOUND after a success.
      *
-     * Threads: any. From: access(), stat(), mkdir(), open(), fcopyfile(), fchmod(); on Linux
-     * copy_file_range().
+     * Threads: any. From: access(), stat(), mkdir(), open(), fcopyfile(), fchmod(); on macOS
+     * fclonefileat() first, on Linux copy_file_range().
      *
      * @see Mirovan_File_SaveBuffToFileA(), Mirovan_File_GetFileAttrA()
      */

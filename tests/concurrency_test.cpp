@@ -5,6 +5,7 @@
 #include <climits>
 #include <ctime>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <mutex>
 #include <thread>
 
@@ -57,6 +58,33 @@ bool failures_are_told()
            told(Mirovan_System_GetUpTime(nullptr), ERROR_MIROVAN_SYSTEM_PARAMETER);
 }
 
+/// Descriptors that a program would inherit which another thread starts now.
+std::vector<int> inheritable()
+{
+    std::vector<int> found;
+    for (int file = 0; file < 256; ++file)
+        if (const int flags = fcntl(file, F_GETFD); flags >= 0 && (flags & FD_CLOEXEC) == 0)
+            found.push_back(file);
+    return found;
+}
+
+TEST(Concurrency, PipesOfACommandAreNotInheritedByOtherPrograms)
+{
+    const std::vector<int> before = inheritable();
+    std::vector<int> meanwhile;
+    auto command = test::sized<MIROVAN_COMMAND>();
+    command.lpszShellLine = "echo";
+    command.pContext = &meanwhile;
+    command.pfnOutput = [](const char*, uint64_t, void* found)
+    {
+        *static_cast<std::vector<int>*>(found) = inheritable();
+        return true;
+    };
+    auto result = test::sized<MIROVAN_COMMAND_RESULT>();
+    EXPECT_SUCCEEDS(Mirovan_Process_Execute(&command, &result));
+    EXPECT_EQ(meanwhile, before);
+}
+
 TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
 {
     const auto ask_on_all_threads = []
@@ -99,7 +127,7 @@ TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
     test::in_child(ask_on_all_threads);
 }
 
-TEST(Concurrency, ACancelledThreadEndsAfterTheOperation)
+TEST(Concurrency, ACancellationTakesEffectAfterTheOperation)
 {
     const test::Held before = test::Held::now();
     std::atomic<bool> ended{false};

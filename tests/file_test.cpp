@@ -386,7 +386,7 @@ TEST_P(Files, DeletionGoesOnPastWhatCannotBeRemoved)
         });
 }
 
-TEST_P(Files, DeletionTogetherWithAnotherThread)
+TEST_P(Files, DeletionTogetherWithAnother)
 {
     for (int file = 0; file < 1000; ++file)
         scratch_.file("tree/" + std::to_string(file % 50) + "/" + std::to_string(file));

@@ -274,7 +274,7 @@ TEST(ProcessFacts, OfNoProcess)
         }
 }
 
-TEST(ProcessInfo, IsWholeOrNothingWhileAThreadReaps)
+TEST(ProcessInfo, IsWholeOrNothingWhileAProcessEnds)
 {
     char program[] = "/bin/true";
     char* arguments[] = {program, nullptr};

@@ -281,7 +281,7 @@ public:
         // A line that asks for none of them finds everything as it was.
         if (std::strcmp(path, "/bin/sh") == 0 && arguments_.size() > 2)
             for (const char* name : {"ps ", "pkill ", "system_profiler", "ioreg"})
-                if (arguments_[2].find(name) != std::string::npos)
+                if (arguments_.back().find(name) != std::string::npos)
                 {
                     adapt();
                     break;
@@ -304,10 +304,10 @@ private:
                     found = with_folder_before(list, bin, "/bin");
                 variable = "PATH=" + with_folder_before(found, sbin, "/usr/sbin");
             }
-        std::string& line = arguments_[2];
-        const std::size_t at = line.find(":/usr/sbin:/sbin");
+        std::string& line = arguments_.back();
+        const std::size_t at = line.find("/usr/sbin:/sbin");
         if (line.find("PATH=") < at && at != std::string::npos)
-            line.insert(at, ":" + sbin);
+            line.insert(at, sbin + ":");
     }
     static char** pointers(std::vector<std::string>& texts, std::vector<char*>& to)
     {
