@@ -127,7 +127,7 @@ TEST(Concurrency, AnswersAreRightOnEightThreadsWhileOthersFail)
     test::in_child(ask_on_all_threads);
 }
 
-TEST(Concurrency, ACancellationTakesEffectAfterTheOperation)
+TEST(Concurrency, ACancelledThreadEndsAfterTheOperation)
 {
     const test::Held before = test::Held::now();
     std::atomic<bool> ended{false};

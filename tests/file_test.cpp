@@ -386,7 +386,7 @@ TEST_P(Files, DeletionGoesOnPastWhatCannotBeRemoved)
         });
 }
 
-TEST_P(Files, DeletionTogetherWithAnother)
+TEST_P(Files, DeletionTogetherWithAnotherThread)
 {
     for (int file = 0; file < 1000; ++file)
         scratch_.file("tree/" + std::to_string(file % 50) + "/" + std::to_string(file));

@@ -274,7 +274,7 @@ TEST(ProcessFacts, OfNoProcess)
         }
 }
 
-TEST(ProcessInfo, IsWholeOrNothingWhileAProcessEnds)
+TEST(ProcessInfo, IsWholeOrNothingWhileAThreadReaps)
 {
     char program[] = "/bin/true";
     char* arguments[] = {program, nullptr};
