@@ -1365,7 +1365,8 @@ extern "C"
      * result is true, the error flag is clear. Threads: any. From: posix_spawn(), a pipe for each
      * stream, poll(), wait4(); kqueue, on Linux pidfd_open(). If another thread reaps the child, or
      * ignoring SIGCHLD discards its status, how it ended comes from kqueue, and on Linux from the
-     * kernel since 6.15; on older kernels it is ::MIROVAN_END_UNKNOWN.
+     * kernel since 6.15; on older kernels, and for a command that ends before it is watched, it is
+     * ::MIROVAN_END_UNKNOWN.
      *
      * @see Mirovan_Process_CreateProcess() to start a program without waiting,
      *      Mirovan_Process_ReadCmdLines(), Mirovan_Process_Wait()

@@ -345,7 +345,10 @@ TEST(Execute, OnManyThreadsHoweverTheCallerTreatsItsChildren)
     {
         for (int round = 0; round < 6; ++round)
         {
-            Command run{"ls /proc/self/fd | tr '\\n' ' '; sleep 0.01; exit 4"};
+            // It ends when it is watched: its input comes then.
+            Command run{"ls /proc/self/fd | tr '\\n' ' '; read -r line; exit 4"};
+            run.command.pInput = "end\n";
+            run.command.nInputLen = 4;
             EXPECT_TRUE(run.execute());
             EXPECT_EQ(run.output, "0 1 2 3 ");
             EXPECT_EQ(run.result.nEnd, MIROVAN_END_EXITED);
