@@ -243,13 +243,14 @@ TEST_P(Enumeration, ThrowsAsTheStandardLibraryDoes)
     test::in_child(
         [&]
         {
-            const rlimit none{3, 3};
-            ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
             for (const auto& [path, reason] : {std::pair{std::string{"loop"}, ELOOP},
                                                {std::string(300, 'n'), ENAMETOOLONG},
                                                {std::string(1024, '/'), ENAMETOOLONG},
                                                {"/", EMFILE}})
             {
+                // For this row alone: UBSan needs a descriptor to check the first exception.
+                const rlimit none{3, 3};
+                ASSERT_TRUE(reason != EMFILE || setrlimit(RLIMIT_NOFILE, &none) == 0);
                 Lines paths;
                 EXPECT_FAILS(rows(path, paths, true, 3), ERROR_MIROVAN_FILE_ENUM_NOTDIR, reason);
                 EXPECT_THROW(list(path, true, 3), fs::filesystem_error) << path;
