@@ -30,7 +30,7 @@ namespace test
 [[maybe_unused]] const auto interruptible = std::signal(SIGINT, SIG_DFL);
 
 // What tests make is for other users too, whatever mask they were started with.
-[[maybe_unused]] const auto mask_of_others = umask(022);
+[[maybe_unused]] const auto mask_of_others = umask(umask(022) & 022);
 
 std::string quoted(const std::string& text)
 {
